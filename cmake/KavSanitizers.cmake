@@ -1,0 +1,17 @@
+# Sanitizers and coverage apply to every target, so they are directory-wide options.
+if(KAV_SANITIZE)
+    add_compile_options(-fsanitize=${KAV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=${KAV_SANITIZE})
+    if(KAV_SANITIZE MATCHES "undefined")
+        add_compile_options(-fsanitize=float-cast-overflow)
+        add_link_options(-fsanitize=float-cast-overflow)
+    endif()
+    if(CMAKE_CXX_COMPILER_ID MATCHES "Clang" AND KAV_SANITIZE MATCHES "undefined")
+        # Shared libraries and the tests must see one copy of each type, or the vptr check misfires.
+        add_compile_options(-fno-sanitize=function)
+    endif()
+endif()
+if(KAV_COVERAGE)
+    add_compile_options(--coverage -fprofile-update=atomic)
+    add_link_options(--coverage)
+endif()

@@ -1,0 +1,27 @@
+/// \file
+/// The way of the transforms and the arithmetic to the private state of a frequency buffer.
+#pragma once
+
+#include "filt/fft/frequency_buffer.h"
+
+struct vx_FrequencyBufferAccess {
+    static void setAndAllocate(vxFrequencyBuffer& buffer, long width, long height) {
+        buffer.setAndAllocate(width, height);
+    }
+    /// Null when uninitialized. Writable even through a const buffer.
+    static float* data(const vxFrequencyBuffer& buffer) { return buffer.data_; }
+    static long width(const vxFrequencyBuffer& buffer) { return buffer.width_; }
+    static long height(const vxFrequencyBuffer& buffer) { return buffer.height_; }
+    static long sourceWidth(const vxFrequencyBuffer& buffer) { return buffer.sourceWidth_; }
+    static long sourceHeight(const vxFrequencyBuffer& buffer) { return buffer.sourceHeight_; }
+    static bool inverseComputed(const vxFrequencyBuffer& buffer) { return buffer.inverseComputed_; }
+    static void inverseComputed(vxFrequencyBuffer& buffer, bool value) { buffer.inverseComputed_ = value; }
+    static long masked(const vxFrequencyBuffer& buffer) { return buffer.masked_; }
+    static void masked(vxFrequencyBuffer& buffer, long value) { buffer.masked_ = value; }
+    static long maskedMiny(const vxFrequencyBuffer& buffer) { return buffer.maskedMiny_; }
+    static long maskedMaxy(const vxFrequencyBuffer& buffer) { return buffer.maskedMaxy_; }
+    static const vx2XformCache& xformCache(const vxFrequencyBuffer& buffer) { return buffer.xformCache_; }
+    static void xformCache(vxFrequencyBuffer& buffer, const vx2XformCache& value) { buffer.xformCache_ = value; }
+    static const vxPair<long>& offset(const vxFrequencyBuffer& buffer) { return buffer.offset_; }
+    static void offset(vxFrequencyBuffer& buffer, const vxPair<long>& value) { buffer.offset_ = value; }
+};

@@ -1,0 +1,100 @@
+/// \file
+/// Images: rectangular windows onto pels.
+///
+/// A pel buffer is a handle. Copying one makes another window on the same pels, with an offset and a transform of its
+/// own; assigning rebinds the handle and copies no pels; the pels live as long as any window on them. The window covers
+/// the pels (x, y) with offset.x <= x < offset.x + width and offset.y <= y < offset.y + height. Offsets may be any
+/// values.
+#pragma once
+
+#include "kavstd/pair.h"
+#include "kavstd/xform.h"
+
+#include <concepts>
+#include <memory>
+#include <type_traits>
+
+/// The pel types: 8-bit, 16-bit and double-precision.
+template <class T>
+concept vx_Pel = std::same_as<T, unsigned char> || std::same_as<T, unsigned short> || std::same_as<T, double>;
+
+/// What windows of every pel type have: size, row update, offset, transform.
+class VX_EXPORT vx_PelBuffer {
+public:
+    /// A window, row or binding that the pels do not have.
+    class BadGeometry;
+
+    /// Whether there are pels. An unbound buffer is 0 x 0.
+    [[nodiscard]] bool isBound() const noexcept { return pels_ != nullptr; }
+    [[nodiscard]] long width() const noexcept { return width_; }
+    [[nodiscard]] long height() const noexcept { return height_; }
+    /// Pels from one row to the next; negative for an image that is stored bottom-up.
+    [[nodiscard]] long rowUpdate() const noexcept { return rowUpdate_; }
+
+    /// The coordinates of the window's first pel (upper left).
+    [[nodiscard]] const vxPair<long>& offset() const noexcept { return offset_; }
+    void offset(const vxPair<long>& value) noexcept { offset_ = value; }
+    void offset(long x, long y) noexcept { offset_ = {x, y}; }
+
+    /// The client-coordinate transform.
+    [[nodiscard]] const vx2XformCache& xformCache() const noexcept { return xformCache_; }
+    void copyXforms(const vx2XformCache& value) noexcept { xformCache_ = value; }
+
+protected:
+    vx_PelBuffer() = default;
+    ~vx_PelBuffer() = default;
+    vx_PelBuffer(const vx_PelBuffer&) = default;
+    vx_PelBuffer& operator=(const vx_PelBuffer&) = default;
+
+    void* pels_ = nullptr;
+    std::shared_ptr<void> owner_;
+    long width_ = 0;
+    long height_ = 0;
+    long rowUpdate_ = 0;
+    vxPair<long> offset_;
+    vx2XformCache xformCache_;
+};
+
+/// A window for reading.
+template <vx_Pel T>
+class VX_EXPORT vxPelBuffer_const : public vx_PelBuffer {
+public:
+    /// Not bound, 0 x 0, offset (0, 0).
+    vxPelBuffer_const() = default;
+    /// New pels, all zero, each row at a multiple of `alignment` bytes (a power of two), identity transform. A width or
+    /// height below 1 gives an unbound buffer. Throws std::bad_alloc or std::length_error when the size cannot be had.
+    vxPelBuffer_const(long width, long height, long alignment = 32);
+    /// A window on the caller's pels, which `owner`, if given, keeps alive. Null pels, a size below 1 or a |rowUpdate|
+    /// below the width: BadGeometry.
+    vxPelBuffer_const(const T* pels, long width, long height, long rowUpdate, std::shared_ptr<void> owner = {});
+
+    /// The window's first pel (upper left); null when not bound.
+    [[nodiscard]] const T* pointToOffset() const noexcept { return static_cast<const T*>(pels_); }
+    /// The first pel of the row with that y coordinate; BadGeometry outside the window.
+    [[nodiscard]] const T* pointToRow(long y) const;
+    /// A smaller window on the same pels, at (x, y) in the buffer's coordinates, with the buffer's transform;
+    /// BadGeometry where it leaves the buffer.
+    [[nodiscard]] vxPelBuffer_const window(long x, long y, long width, long height) const;
+};
+
+/// A window for reading and writing. Constness is the handle's, not the pels'.
+template <vx_Pel T>
+class VX_EXPORT vxPelBuffer : public vxPelBuffer_const<T> {
+public:
+    vxPelBuffer() = default;
+    vxPelBuffer(long width, long height, long alignment = 32);
+    vxPelBuffer(T* pels, long width, long height, long rowUpdate, std::shared_ptr<void> owner = {});
+
+    [[nodiscard]] T* pointToOffset() const noexcept { return static_cast<T*>(this->pels_); }
+    [[nodiscard]] T* pointToRow(long y) const;
+    [[nodiscard]] vxPelBuffer window(long x, long y, long width, long height) const;
+};
+
+/// Sets every pel of the window.
+template <vx_Pel T>
+VX_EXPORT void vfPelSet(vxPelBuffer<T>& image, std::type_identity_t<T> value);
+
+/// Copies the pels whose coordinates lie in both windows, right even when the windows share memory. Nothing happens
+/// when nothing overlaps or a buffer is not bound.
+template <vx_Pel T>
+VX_EXPORT void vfPelCopy(const vxPelBuffer_const<T>& source, vxPelBuffer<T>& destination);

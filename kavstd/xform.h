@@ -1,0 +1,134 @@
+/// \file
+/// 2-D client-coordinate transforms: where an image's pels lie in the user's own coordinates.
+#pragma once
+
+#include "kavstd/exception.h"
+#include "kavstd/radian.h"
+
+#include <memory>
+
+template <int dimension>
+class vxVector;
+template <int dimension>
+class vxMatrix;
+template <int dimension>
+class vxXform;
+
+/// A point or displacement.
+template <>
+class VX_EXPORT vxVector<2> {
+public:
+    constexpr vxVector() noexcept = default;
+    constexpr vxVector(double x, double y) noexcept : x_(x), y_(y) {}
+    [[nodiscard]] constexpr double x() const noexcept { return x_; }
+    [[nodiscard]] constexpr double y() const noexcept { return y_; }
+
+    friend constexpr vxVector operator+(const vxVector& a, const vxVector& b) noexcept {
+        return {a.x_ + b.x_, a.y_ + b.y_};
+    }
+    friend constexpr vxVector operator-(const vxVector& a, const vxVector& b) noexcept {
+        return {a.x_ - b.x_, a.y_ - b.y_};
+    }
+    friend constexpr bool operator==(const vxVector& a, const vxVector& b) noexcept = default;
+
+private:
+    double x_ = 0.0;
+    double y_ = 0.0;
+};
+
+/// A 2 x 2 matrix, row by row.
+template <>
+class VX_EXPORT vxMatrix<2> {
+public:
+    /// The identity.
+    constexpr vxMatrix() noexcept = default;
+    constexpr vxMatrix(double e00, double e01, double e10, double e11) noexcept : e_{{e00, e01}, {e10, e11}} {}
+    /// rotation * shear * scale, with shear = (1, tan shear; 0, 1).
+    vxMatrix(vxRadian shear, vxRadian rotation, double xScale, double yScale);
+
+    /// Row and column count from 0.
+    [[nodiscard]] double element(int row, int column) const;
+    [[nodiscard]] double determinant() const noexcept;
+    friend VX_EXPORT vxMatrix operator*(const vxMatrix& a, const vxMatrix& b) noexcept;
+    friend VX_EXPORT vxVector<2> operator*(const vxMatrix& m, const vxVector<2>& v) noexcept;
+    friend constexpr bool operator==(const vxMatrix& a, const vxMatrix& b) noexcept = default;
+
+private:
+    double e_[2][2] = {{1.0, 0.0}, {0.0, 1.0}};
+};
+
+/// An affine transform: matrix * vector + translation.
+template <>
+class VX_EXPORT vxXform<2> {
+public:
+    /// The identity.
+    vxXform() noexcept = default;
+    vxXform(const vxMatrix<2>& matrix, const vxVector<2>& translation) noexcept;
+    vxXform(const vxVector<2>& translation, double xScale, double yScale, vxRadian shear, vxRadian rotation);
+
+    [[nodiscard]] const vxMatrix<2>& matrix() const noexcept { return matrix_; }
+    [[nodiscard]] const vxVector<2>& translation() const noexcept { return translation_; }
+    /// Throws vx2Xform::Singular when the matrix has no inverse.
+    [[nodiscard]] vxXform inverse() const;
+
+    friend VX_EXPORT vxVector<2> operator*(const vxXform& xform, const vxVector<2>& v) noexcept;
+    /// Applies b first.
+    friend VX_EXPORT vxXform operator*(const vxXform& a, const vxXform& b) noexcept;
+    friend constexpr bool operator==(const vxXform& a, const vxXform& b) noexcept = default;
+
+private:
+    vxMatrix<2> matrix_;
+    vxVector<2> translation_;
+};
+
+/// A transform of any shape. Users derive non-linear ones, and register them (vx_Instantiator) to archive them.
+class VX_EXPORT vx2Xform : public vxPersistent {
+public:
+    class Singular;
+    class NotLinear;
+
+    ~vx2Xform() override;
+    [[nodiscard]] virtual vxVector<2> mapPoint(const vxVector<2>& point) const = 0;
+    [[nodiscard]] virtual std::unique_ptr<vx2Xform> clone() const = 0;
+};
+
+/// The linear (affine) transform.
+class VX_EXPORT vx2XformLinear : public vx2Xform {
+public:
+    /// The identity.
+    vx2XformLinear() noexcept = default;
+    explicit vx2XformLinear(const vxXform<2>& xform) noexcept;
+    ~vx2XformLinear() override;
+
+    [[nodiscard]] const vxXform<2>& xform() const noexcept { return xform_; }
+    [[nodiscard]] vxVector<2> mapPoint(const vxVector<2>& point) const override;
+    [[nodiscard]] std::unique_ptr<vx2Xform> clone() const override;
+
+protected:
+    void dispatchSerialize(vxArchive& archive) override;
+
+private:
+    vxXform<2> xform_;
+};
+
+/// A value that holds a copy of one transform, the identity at first. Copies share the held transform, which never
+/// changes, so they are cheap and do not throw.
+class VX_EXPORT vx2XformCache {
+public:
+    vx2XformCache();
+    void setIdentity();
+    /// Stores a copy.
+    void xform(const vx2Xform& xform);
+    [[nodiscard]] const vx2Xform& xform() const noexcept;
+    /// Whether a vx2XformLinear is held.
+    [[nodiscard]] bool isLinear() const noexcept;
+    /// Its transform; throws vx2Xform::NotLinear when another kind is held.
+    [[nodiscard]] const vxXform<2>& linearXform() const;
+
+private:
+    friend VX_EXPORT vxArchive& operator||(vxArchive& archive, vx2XformCache& value);
+    std::shared_ptr<const vx2Xform> xform_;
+};
+
+VX_EXPORT vxArchive& operator||(vxArchive& archive, vxXform<2>& value);
+VX_EXPORT vxArchive& operator||(vxArchive& archive, vx2XformCache& value);
