@@ -1,0 +1,11 @@
+# A fused multiply-add rounds once instead of twice and so changes bits. None may be in the library.
+execute_process(COMMAND "${objdump}" -d --no-show-raw-insn "${library}" OUTPUT_VARIABLE code COMMAND_ERROR_IS_FATAL ANY)
+string(LENGTH "${code}" length)
+if(length LESS 100000)
+    message(FATAL_ERROR "the disassembly of ${library} is too short to be believed: ${length} characters")
+endif()
+string(REGEX MATCHALL "\t(vfn?m(add|sub)[a-z0-9]*|f(n?madd|n?msub|mla|mls)[a-z0-9.]*)[ \t]" fused "${code}")
+if(fused)
+    list(LENGTH fused count)
+    message(FATAL_ERROR "${count} fused floating-point operations in ${library}")
+endif()
