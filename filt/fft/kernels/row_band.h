@@ -1,0 +1,34 @@
+/// \file
+/// The band of rows that a spectrum declares to hold all its non-zero samples.
+#pragma once
+
+#include <cstddef>
+
+/// Rows low .. high in centred numbering: row r of n has the number r + n/2 when r < n/2, else r - n/2. The
+/// ends may be any values; the centred number of a row is small, so no comparison overflows.
+class vx_RowBand {
+public:
+    vx_RowBand(long low, long high, std::size_t rows) noexcept
+        : low_(low), high_(high), rows_(static_cast<long>(rows)) {}
+
+    [[nodiscard]] bool contains(std::size_t row) const noexcept {
+        return low_ <= centred(row) && centred(row) <= high_;
+    }
+
+    /// Whether the block of four rows from `start` is in the band. One that ends just before the band counts
+    /// as inside.
+    [[nodiscard]] bool touchesBlock(std::size_t start) const noexcept {
+        return low_ <= centred(start) + 4 && centred(start) <= high_;
+    }
+
+private:
+    [[nodiscard]] long centred(std::size_t row) const noexcept {
+        const long half = rows_ >> 1;
+        const long r = static_cast<long>(row);
+        return r < half ? r + half : r - half;
+    }
+
+    long low_;
+    long high_;
+    long rows_;
+};
