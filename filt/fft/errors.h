@@ -4,9 +4,10 @@
 
 #include "kavstd/exception.h"
 
-class vx_Instantiator;
+struct vx_ErrorMembers; // What the classes below share; in the source.
 
-/// A scope for the library's error classes and for FrequencyMapping. It has no data and no behaviour of its own.
+/// A scope for the library's error classes and for FrequencyMapping. It has no data and no behaviour of its
+/// own.
 class VX_EXPORT vxFrequencyDefs {
 public:
     /// How vfFrequencyMapImage maps doubles to 8-bit pels.
@@ -30,14 +31,138 @@ public:
 /// Base of every error that the library reports. Adds no data to the message.
 class VX_EXPORT vxFrequencyDefs::Errors : public vxExceptionWithString {
 public:
-    Errors(const Errors&) noexcept;
-    Errors& operator=(const Errors&) noexcept;
+    Errors(const Errors&) noexcept = default;
+    Errors& operator=(const Errors&) noexcept = default;
     ~Errors() override;
     long errorNumber() const override = 0;
     void suicideAndRethrow() override = 0;
 
 protected:
-    explicit Errors(const char* message = nullptr);
+    explicit Errors(const char* message = nullptr) : vxExceptionWithString(message) {}
+    void dispatchSerialize(vxArchive& archive) override;
+    /// Throws vxArchive::UnknownVersion with the class's name for a version other than 0.
+    void serialize_(vxArchive& archive, unsigned char version);
+
+private:
+    friend struct vx_ErrorMembers;
+};
+
+/// A filter parameter out of range. Number 0x10006300.
+class VX_EXPORT vxFrequencyDefs::InvalidArgument : public vxFrequencyDefs::Errors {
+public:
+    explicit InvalidArgument(const char* message = nullptr) : Errors(message) {}
+    InvalidArgument(const InvalidArgument&) noexcept = default;
+    InvalidArgument& operator=(const InvalidArgument&) noexcept = default;
+    ~InvalidArgument() override;
+    [[nodiscard]] long errorNumber() const override;
+    void suicideAndRethrow() override;
+
+protected:
     void dispatchSerialize(vxArchive& archive) override;
     void serialize_(vxArchive& archive, unsigned char version);
+
+private:
+    friend struct vx_ErrorMembers;
+    static vxPersistent* make();
+    static const vx_Instantiator sExemplar;
+};
+
+/// A buffer or filter used before it holds data. Number 0x10006301.
+class VX_EXPORT vxFrequencyDefs::Uninitialized : public vxFrequencyDefs::Errors {
+public:
+    explicit Uninitialized(const char* message = nullptr) : Errors(message) {}
+    Uninitialized(const Uninitialized&) noexcept = default;
+    Uninitialized& operator=(const Uninitialized&) noexcept = default;
+    ~Uninitialized() override;
+    [[nodiscard]] long errorNumber() const override;
+    void suicideAndRethrow() override;
+
+protected:
+    void dispatchSerialize(vxArchive& archive) override;
+    void serialize_(vxArchive& archive, unsigned char version);
+
+private:
+    friend struct vx_ErrorMembers;
+    static vxPersistent* make();
+    static const vx_Instantiator sExemplar;
+};
+
+/// Sizes that are too large, unequal, or not powers of two. Number 0x10006302.
+class VX_EXPORT vxFrequencyDefs::InvalidSize : public vxFrequencyDefs::Errors {
+public:
+    explicit InvalidSize(const char* message = nullptr) : Errors(message) {}
+    InvalidSize(const InvalidSize&) noexcept = default;
+    InvalidSize& operator=(const InvalidSize&) noexcept = default;
+    ~InvalidSize() override;
+    [[nodiscard]] long errorNumber() const override;
+    void suicideAndRethrow() override;
+
+protected:
+    void dispatchSerialize(vxArchive& archive) override;
+    void serialize_(vxArchive& archive, unsigned char version);
+
+private:
+    friend struct vx_ErrorMembers;
+    static vxPersistent* make();
+    static const vx_Instantiator sExemplar;
+};
+
+/// An input image that is not bound to pels; it carries no message. Number 0x10006303.
+class VX_EXPORT vxFrequencyDefs::UnboundWindow : public vxFrequencyDefs::Errors {
+public:
+    explicit UnboundWindow(const char* message = nullptr) : Errors(message) {}
+    UnboundWindow(const UnboundWindow&) noexcept = default;
+    UnboundWindow& operator=(const UnboundWindow&) noexcept = default;
+    ~UnboundWindow() override;
+    [[nodiscard]] long errorNumber() const override;
+    void suicideAndRethrow() override;
+
+protected:
+    void dispatchSerialize(vxArchive& archive) override;
+    void serialize_(vxArchive& archive, unsigned char version);
+
+private:
+    friend struct vx_ErrorMembers;
+    static vxPersistent* make();
+    static const vx_Instantiator sExemplar;
+};
+
+/// A frequency buffer whose samples an in-place inverse has consumed. Number 0x10006304.
+class VX_EXPORT vxFrequencyDefs::InvalidBuffer : public vxFrequencyDefs::Errors {
+public:
+    explicit InvalidBuffer(const char* message = nullptr) : Errors(message) {}
+    InvalidBuffer(const InvalidBuffer&) noexcept = default;
+    InvalidBuffer& operator=(const InvalidBuffer&) noexcept = default;
+    ~InvalidBuffer() override;
+    [[nodiscard]] long errorNumber() const override;
+    void suicideAndRethrow() override;
+
+protected:
+    void dispatchSerialize(vxArchive& archive) override;
+    void serialize_(vxArchive& archive, unsigned char version);
+
+private:
+    friend struct vx_ErrorMembers;
+    static vxPersistent* make();
+    static const vx_Instantiator sExemplar;
+};
+
+/// Sample coordinates outside the buffer. Number 0x10006305.
+class VX_EXPORT vxFrequencyDefs::BadCoord : public vxFrequencyDefs::Errors {
+public:
+    explicit BadCoord(const char* message = nullptr) : Errors(message) {}
+    BadCoord(const BadCoord&) noexcept = default;
+    BadCoord& operator=(const BadCoord&) noexcept = default;
+    ~BadCoord() override;
+    [[nodiscard]] long errorNumber() const override;
+    void suicideAndRethrow() override;
+
+protected:
+    void dispatchSerialize(vxArchive& archive) override;
+    void serialize_(vxArchive& archive, unsigned char version);
+
+private:
+    friend struct vx_ErrorMembers;
+    static vxPersistent* make();
+    static const vx_Instantiator sExemplar;
 };

@@ -8,6 +8,11 @@ struct vx_FrequencyBufferAccess {
     static void setAndAllocate(vxFrequencyBuffer& buffer, long width, long height) {
         buffer.setAndAllocate(width, height);
     }
+    /// The size of a copy, which is derived again from the source size; InvalidSize when a copy would be too
+    /// large.
+    static vxPair<long> copySize(const vxFrequencyBuffer& buffer) {
+        return vxFrequencyBuffer::allocatedSize(buffer.sourceWidth_, buffer.sourceHeight_);
+    }
     /// Null when uninitialized. Writable even through a const buffer.
     static float* data(const vxFrequencyBuffer& buffer) { return buffer.data_; }
     static long width(const vxFrequencyBuffer& buffer) { return buffer.width_; }
@@ -21,7 +26,9 @@ struct vx_FrequencyBufferAccess {
     static long maskedMiny(const vxFrequencyBuffer& buffer) { return buffer.maskedMiny_; }
     static long maskedMaxy(const vxFrequencyBuffer& buffer) { return buffer.maskedMaxy_; }
     static const vx2XformCache& xformCache(const vxFrequencyBuffer& buffer) { return buffer.xformCache_; }
-    static void xformCache(vxFrequencyBuffer& buffer, const vx2XformCache& value) { buffer.xformCache_ = value; }
+    static void xformCache(vxFrequencyBuffer& buffer, const vx2XformCache& value) {
+        buffer.xformCache_ = value;
+    }
     static const vxPair<long>& offset(const vxFrequencyBuffer& buffer) { return buffer.offset_; }
     static void offset(vxFrequencyBuffer& buffer, const vxPair<long>& value) { buffer.offset_ = value; }
 };

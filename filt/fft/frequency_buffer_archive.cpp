@@ -1,0 +1,88 @@
+#include "filt/fft/frequency_buffer.h"
+
+#include <algorithm>
+#include <cstdint>
+
+namespace {
+constexpr unsigned char currentVersion = 1; // Version 0 held a linear transform instead of a transform cache.
+
+// Samples beyond so many must all be in the archive, so that a few bytes cannot claim gigabytes.
+constexpr std::uint64_t unclaimedLimit = 2048 * 2048;
+
+constexpr long largestSize = 0x7FFFFFFF;
+
+bool isValidDimension(long size, long sourceSize) {
+    // A source size of 0 or less is what such a request leaves.
+    return size >= 1 && size <= largestSize && sourceSize <= size;
+}
+} // namespace
+
+vxArchive& operator||(vxArchive& archive, vxFrequencyBuffer& buffer) {
+    unsigned char version = currentVersion;
+    archive || version;
+    if (version > currentVersion) {
+        throw vxArchive::UnknownVersion("filt/fft", 572);
+    }
+    if (archive.isLoading()) {
+        vxFrequencyBuffer loaded;
+        loaded.load(archive, version);
+        buffer.swap(loaded);
+    } else {
+        buffer.store(archive);
+    }
+    return archive;
+}
+
+void vxFrequencyBuffer::store(vxArchive& archive) {
+    bool hasSamples = data_ != nullptr;
+    std::vector<float> samples;
+    if (hasSamples) {
+        samples.assign(data_, data_ + static_cast<std::size_t>(sampleCount()) * 2);
+    }
+    archiveFields(archive, currentVersion);
+    archive || hasSamples || samples;
+}
+
+void vxFrequencyBuffer::load(vxArchive& archive, unsigned char version) {
+    bool hasSamples = false;
+    std::vector<float> samples;
+    archiveFields(archive, version);
+    archive || hasSamples;
+    if (hasSamples && !(isValidDimension(width_, sourceWidth_) && isValidDimension(height_, sourceHeight_))) {
+        archive.refuse("frequency buffer size");
+    }
+    archive || samples;
+    if (hasSamples) {
+        adoptSamples(archive, samples);
+    }
+}
+
+void vxFrequencyBuffer::archiveFields(vxArchive& archive, unsigned char version) {
+    archive || width_ || height_ || sourceWidth_ || sourceHeight_;
+    archive || masked_ || maskedMiny_ || maskedMaxy_ || inverseComputed_;
+    if (version == 0) {
+        vxXform<2> xform;
+        archive || xform;
+        xformCache_.xform(vx2XformLinear(xform));
+    } else {
+        archive || xformCache_;
+    }
+    archive || offset_;
+}
+
+void vxFrequencyBuffer::adoptSamples(vxArchive& archive, const std::vector<float>& samples) {
+    const std::uint64_t count = sampleCount();
+    if (samples.size() > count * 2) {
+        archive.refuse("frequency buffer with more samples than its size");
+    }
+    if (samples.size() < count * 2 && count > unclaimedLimit) {
+        archive.refuse("frequency buffer with fewer samples than its size");
+    }
+    allocate();
+    std::copy(samples.begin(), samples.end(), data_);
+}
+
+std::uint64_t vxFrequencyBuffer::sampleCount() const noexcept {
+    // Sizes fit 31 bits, so that neither this nor the number of floats overflows.
+    return static_cast<std::uint64_t>(width_) * static_cast<std::uint64_t>(height_);
+}
