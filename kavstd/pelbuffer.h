@@ -1,16 +1,17 @@
 /// \file
 /// Images: rectangular windows onto pels.
 ///
-/// A pel buffer is a handle. Copying one makes another window on the same pels, with an offset and a transform of its
-/// own; assigning rebinds the handle and copies no pels; the pels live as long as any window on them. The window covers
-/// the pels (x, y) with offset.x <= x < offset.x + width and offset.y <= y < offset.y + height. Offsets may be any
-/// values.
+/// A pel buffer is a handle. Copying one makes another window on the same pels, with an offset and a
+/// transform of its own; assigning rebinds the handle and copies no pels; the pels live as long as any window
+/// on them. The window covers the pels (x, y) with offset.x <= x < offset.x + width and offset.y <= y <
+/// offset.y + height. Offsets may be any values.
 #pragma once
 
 #include "kavstd/pair.h"
 #include "kavstd/xform.h"
 
 #include <concepts>
+#include <cstddef>
 #include <memory>
 #include <type_traits>
 
@@ -43,10 +44,23 @@ public:
 protected:
     vx_PelBuffer() = default;
     ~vx_PelBuffer() = default;
+    // There are no moves: moving from a handle copies it.
     vx_PelBuffer(const vx_PelBuffer&) = default;
     vx_PelBuffer& operator=(const vx_PelBuffer&) = default;
 
-    void* pels_ = nullptr;
+    /// Makes new pels of `pelSize` bytes, all zero.
+    void allocate(long width, long height, long alignment, std::size_t pelSize);
+    /// Checks and takes the caller's pels.
+    void bind(void* pels, long width, long height, long rowUpdate, std::size_t pelSize,
+              std::shared_ptr<void> owner);
+    /// Pels from the window's first to the row with that y coordinate.
+    [[nodiscard]] std::ptrdiff_t distanceToRow(long y) const;
+    /// Pels from the window's first to that of the smaller window at (x, y), which must lie inside.
+    [[nodiscard]] std::ptrdiff_t distanceToWindow(long x, long y, long width, long height) const;
+    /// Makes this the smaller window at (x, y), whose first pel is `pels`.
+    void narrow(void* pels, long x, long y, long width, long height) noexcept;
+
+    void* pels_ = nullptr; // The window's first pel.
     std::shared_ptr<void> owner_;
     long width_ = 0;
     long height_ = 0;
@@ -55,25 +69,36 @@ protected:
     vx2XformCache xformCache_;
 };
 
+/// A window, row or binding that the pels do not have was asked for.
+class VX_EXPORT vx_PelBuffer::BadGeometry : public vxExceptionWithString {
+public:
+    using vxExceptionWithString::vxExceptionWithString;
+    [[nodiscard]] long errorNumber() const override;
+    void suicideAndRethrow() override;
+};
+
 /// A window for reading.
 template <vx_Pel T>
 class VX_EXPORT vxPelBuffer_const : public vx_PelBuffer {
 public:
     /// Not bound, 0 x 0, offset (0, 0).
     vxPelBuffer_const() = default;
-    /// New pels, all zero, each row at a multiple of `alignment` bytes (a power of two), identity transform. A width or
-    /// height below 1 gives an unbound buffer. Throws std::bad_alloc or std::length_error when the size cannot be had.
+    /// New pels, all zero, each row at a multiple of `alignment` bytes, identity transform. A width or height
+    /// below 1 gives an unbound buffer. Throws BadGeometry when `alignment` is not a power of two,
+    /// std::bad_alloc or std::length_error when the size cannot be had.
     vxPelBuffer_const(long width, long height, long alignment = 32);
-    /// A window on the caller's pels, which `owner`, if given, keeps alive. Null pels, a size below 1 or a |rowUpdate|
-    /// below the width: BadGeometry.
-    vxPelBuffer_const(const T* pels, long width, long height, long rowUpdate, std::shared_ptr<void> owner = {});
+    /// A window on the caller's pels, which `owner`, if given, keeps alive. Null pels, a size below 1, a
+    /// |rowUpdate| below the width, or an extent or row update whose bytes do not fit std::ptrdiff_t:
+    /// BadGeometry.
+    vxPelBuffer_const(const T* pels, long width, long height, long rowUpdate,
+                      std::shared_ptr<void> owner = {});
 
     /// The window's first pel (upper left); null when not bound.
     [[nodiscard]] const T* pointToOffset() const noexcept { return static_cast<const T*>(pels_); }
     /// The first pel of the row with that y coordinate; BadGeometry outside the window.
     [[nodiscard]] const T* pointToRow(long y) const;
     /// A smaller window on the same pels, at (x, y) in the buffer's coordinates, with the buffer's transform;
-    /// BadGeometry where it leaves the buffer.
+    /// BadGeometry for a size below 1 and where it leaves the buffer.
     [[nodiscard]] vxPelBuffer_const window(long x, long y, long width, long height) const;
 };
 
@@ -94,7 +119,22 @@ public:
 template <vx_Pel T>
 VX_EXPORT void vfPelSet(vxPelBuffer<T>& image, std::type_identity_t<T> value);
 
-/// Copies the pels whose coordinates lie in both windows, right even when the windows share memory. Nothing happens
-/// when nothing overlaps or a buffer is not bound.
+/// Copies the pels whose coordinates lie in both windows, right even when the windows share memory. Nothing
+/// happens when nothing overlaps or a buffer is not bound. Windows of different row updates that share memory
+/// need a temporary copy: std::bad_alloc, with nothing copied, when it cannot be had.
 template <vx_Pel T>
 VX_EXPORT void vfPelCopy(const vxPelBuffer_const<T>& source, vxPelBuffer<T>& destination);
+
+extern template class VX_EXPORT vxPelBuffer_const<unsigned char>;
+extern template class VX_EXPORT vxPelBuffer_const<unsigned short>;
+extern template class VX_EXPORT vxPelBuffer_const<double>;
+extern template class VX_EXPORT vxPelBuffer<unsigned char>;
+extern template class VX_EXPORT vxPelBuffer<unsigned short>;
+extern template class VX_EXPORT vxPelBuffer<double>;
+
+extern template void vfPelSet(vxPelBuffer<unsigned char>&, unsigned char);
+extern template void vfPelSet(vxPelBuffer<unsigned short>&, unsigned short);
+extern template void vfPelSet(vxPelBuffer<double>&, double);
+extern template void vfPelCopy(const vxPelBuffer_const<unsigned char>&, vxPelBuffer<unsigned char>&);
+extern template void vfPelCopy(const vxPelBuffer_const<unsigned short>&, vxPelBuffer<unsigned short>&);
+extern template void vfPelCopy(const vxPelBuffer_const<double>&, vxPelBuffer<double>&);

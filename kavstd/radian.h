@@ -19,12 +19,13 @@ public:
     friend constexpr bool operator==(vxRadian a, vxRadian b) noexcept { return a.radians_ == b.radians_; }
     friend constexpr bool operator!=(vxRadian a, vxRadian b) noexcept { return !(a == b); }
 
-    /// The same direction in 0 <= value < 2 pi (never 2 pi itself, however small a negative angle is). A NaN or an
-    /// infinity gives NaN.
+    /// The same direction in 0 <= value < 2 pi (never 2 pi itself, however small a negative angle is). A NaN
+    /// or an infinity gives NaN.
     [[nodiscard]] vxRadian norm() const noexcept;
 
 private:
     double radians_ = 0.0;
 };
 
+/// One double.
 VX_EXPORT vxArchive& operator||(vxArchive& archive, vxRadian& value);

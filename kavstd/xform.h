@@ -42,12 +42,14 @@ class VX_EXPORT vxMatrix<2> {
 public:
     /// The identity.
     constexpr vxMatrix() noexcept = default;
-    constexpr vxMatrix(double e00, double e01, double e10, double e11) noexcept : e_{{e00, e01}, {e10, e11}} {}
+    constexpr vxMatrix(double e00, double e01, double e10, double e11) noexcept
+        : e_{{e00, e01}, {e10, e11}} {}
     /// rotation * shear * scale, with shear = (1, tan shear; 0, 1).
     vxMatrix(vxRadian shear, vxRadian rotation, double xScale, double yScale);
 
-    /// Row and column count from 0.
+    /// Row and column count from 0; std::out_of_range for others than 0 and 1.
     [[nodiscard]] double element(int row, int column) const;
+    /// Plain products and a difference, which may overflow or underflow.
     [[nodiscard]] double determinant() const noexcept;
     friend VX_EXPORT vxMatrix operator*(const vxMatrix& a, const vxMatrix& b) noexcept;
     friend VX_EXPORT vxVector<2> operator*(const vxMatrix& m, const vxVector<2>& v) noexcept;
@@ -68,7 +70,8 @@ public:
 
     [[nodiscard]] const vxMatrix<2>& matrix() const noexcept { return matrix_; }
     [[nodiscard]] const vxVector<2>& translation() const noexcept { return translation_; }
-    /// Throws vx2Xform::Singular when the matrix has no inverse.
+    /// Throws vx2Xform::Singular when the matrix has no inverse, an element that is not finite, or an inverse
+    /// beyond the range of a double. Over- and underflow of the determinant do not matter.
     [[nodiscard]] vxXform inverse() const;
 
     friend VX_EXPORT vxVector<2> operator*(const vxXform& xform, const vxVector<2>& v) noexcept;
@@ -81,7 +84,8 @@ private:
     vxVector<2> translation_;
 };
 
-/// A transform of any shape. Users derive non-linear ones, and register them (vx_Instantiator) to archive them.
+/// A transform of any shape. Users derive non-linear ones, and register them (vx_Instantiator) to archive
+/// them.
 class VX_EXPORT vx2Xform : public vxPersistent {
 public:
     class Singular;
@@ -90,6 +94,22 @@ public:
     ~vx2Xform() override;
     [[nodiscard]] virtual vxVector<2> mapPoint(const vxVector<2>& point) const = 0;
     [[nodiscard]] virtual std::unique_ptr<vx2Xform> clone() const = 0;
+};
+
+/// A matrix without an inverse was to be inverted.
+class VX_EXPORT vx2Xform::Singular : public vxExceptionWithString {
+public:
+    using vxExceptionWithString::vxExceptionWithString;
+    [[nodiscard]] long errorNumber() const override;
+    void suicideAndRethrow() override;
+};
+
+/// The linear transform of something that is not linear was asked for.
+class VX_EXPORT vx2Xform::NotLinear : public vxExceptionWithString {
+public:
+    using vxExceptionWithString::vxExceptionWithString;
+    [[nodiscard]] long errorNumber() const override;
+    void suicideAndRethrow() override;
 };
 
 /// The linear (affine) transform.
@@ -111,14 +131,15 @@ private:
     vxXform<2> xform_;
 };
 
-/// A value that holds a copy of one transform, the identity at first. Copies share the held transform, which never
-/// changes, so they are cheap and do not throw.
+/// A value that holds a copy of one transform, the identity at first. Copies share the held transform, which
+/// never changes, so they are cheap and do not throw. A const cache may be read from several threads at once.
 class VX_EXPORT vx2XformCache {
 public:
-    vx2XformCache();
-    void setIdentity();
+    vx2XformCache() noexcept = default;
+    void setIdentity() noexcept { xform_.reset(); }
     /// Stores a copy.
     void xform(const vx2Xform& xform);
+    /// The copy. Valid until another one is stored.
     [[nodiscard]] const vx2Xform& xform() const noexcept;
     /// Whether a vx2XformLinear is held.
     [[nodiscard]] bool isLinear() const noexcept;
@@ -127,8 +148,11 @@ public:
 
 private:
     friend VX_EXPORT vxArchive& operator||(vxArchive& archive, vx2XformCache& value);
-    std::shared_ptr<const vx2Xform> xform_;
+    std::shared_ptr<const vx2Xform> xform_; // Null for the identity.
 };
 
+/// The matrix row by row, then the translation: six doubles.
 VX_EXPORT vxArchive& operator||(vxArchive& archive, vxXform<2>& value);
+/// The transform as an object by pointer, so that its class must be registered. Loading anything but a
+/// transform is refused as malformed and leaves the value as it was.
 VX_EXPORT vxArchive& operator||(vxArchive& archive, vx2XformCache& value);
