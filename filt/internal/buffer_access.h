@@ -15,6 +15,8 @@ struct vx_FrequencyBufferAccess {
     }
     /// Null when uninitialized. Writable even through a const buffer.
     static float* data(const vxFrequencyBuffer& buffer) { return buffer.data_; }
+    /// Complex samples; not for a buffer that was loaded without any.
+    static std::uint64_t sampleCount(const vxFrequencyBuffer& buffer) { return buffer.sampleCount(); }
     static long width(const vxFrequencyBuffer& buffer) { return buffer.width_; }
     static long height(const vxFrequencyBuffer& buffer) { return buffer.height_; }
     static long sourceWidth(const vxFrequencyBuffer& buffer) { return buffer.sourceWidth_; }
