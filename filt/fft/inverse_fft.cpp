@@ -15,8 +15,8 @@ using Access = vx_FrequencyBufferAccess;
 
 namespace {
 
-// Not (value >= 0) instead of (0 > value): a NaN counts as negative. No cancellation point of its own,
-// because it is made in the same pass as the magnitudes.
+// Not (value >= 0) instead of (0 > value): a NaN counts as negative. It goes with the magnitudes and has no
+// cancellation point of its own.
 vxPelBuffer<unsigned char> nanNegativeQuadrantImage(const vxFrequencyBuffer& spatial) {
     const auto code = [](float re, float im) {
         return static_cast<unsigned char>((re >= 0.0F ? 0 : 1) | (im >= 0.0F ? 0 : 2));
