@@ -5,11 +5,12 @@
 #include "filt/fft/frequency_buffer.h"
 #include "kavstd/persistent.h"
 
-/// A table of gains that is multiplied into a spectrum. A concrete filter is built for one spectrum size; apply is const
-/// and only reads the filter, so one built filter may be applied from several threads at once.
+/// A table of gains that is multiplied into a spectrum. A concrete filter is built for one spectrum size;
+/// apply is const and only reads the filter, so one built filter may be applied from several threads at once.
 ///
-/// To add a filter: derive from this class (not virtually), set initialized_ when the table is built, override clone,
-/// both forms of apply, dispatchSerialize and serialize_, and register the class with a static vx_Instantiator.
+/// To add a filter: derive from this class (not virtually), set initialized_ when the table is built,
+/// override clone, both forms of apply, dispatchSerialize and serialize_, and register the class with a
+/// static vx_Instantiator.
 class VX_EXPORT vxFrequencyFilter : public virtual vxPersistent, public virtual vxRepBase {
 public:
     vxFrequencyFilter();

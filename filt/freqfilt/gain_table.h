@@ -1,0 +1,40 @@
+/// \file
+/// The table of gains that a filter multiplies into a spectrum.
+#pragma once
+
+#include "kavsys/export.h"
+
+#include <cstddef>
+#include <span>
+#include <vector>
+
+/// Float gains that start at a multiple of 16 bytes, or none: a table that is not built.
+///
+/// `spare` floats are allocated beyond the gains to pay for the alignment; 3 are enough. Changes have the
+/// strong guarantee: an allocation that fails leaves the table as it was.
+class VX_EXPORT vx_GainTable {
+public:
+    /// Not built.
+    vx_GainTable() noexcept;
+    /// A copy of `gains`.
+    vx_GainTable(std::span<const float> gains, std::size_t spare);
+    vx_GainTable(vx_GainTable&& other) noexcept;
+    vx_GainTable& operator=(vx_GainTable&& other) noexcept;
+    vx_GainTable(const vx_GainTable&) = delete;
+    vx_GainTable& operator=(const vx_GainTable&) = delete;
+    ~vx_GainTable();
+
+    [[nodiscard]] bool isBuilt() const noexcept { return gains_.data() != nullptr; }
+    /// The gains; null and empty when not built.
+    [[nodiscard]] std::span<const float> gains() const noexcept { return gains_; }
+    [[nodiscard]] std::span<float> gains() noexcept { return gains_; }
+
+    /// Makes room for `entries` gains, at least 1, of any values. A table of that many keeps its storage.
+    void resize(std::size_t entries, std::size_t spare);
+    /// Not built any more. The storage is kept.
+    void drop() noexcept { gains_ = {}; }
+
+private:
+    std::vector<float> storage_;
+    std::span<float> gains_; // The aligned part of storage_.
+};
