@@ -4,12 +4,14 @@
 
 #include "kavstd/persistent.h"
 
+#include <atomic>
 #include <exception>
 #include <iosfwd>
 #include <memory>
 #include <string>
 
-/// Base of the toolkit's exceptions. Thrown by value; also a std::exception, so that ordinary handlers catch it.
+/// Base of the toolkit's exceptions. Thrown by value; also a std::exception, so that ordinary handlers catch
+/// it.
 class VX_EXPORT vxException : public vxPersistent, public std::exception {
 public:
     ~vxException() override;
@@ -18,10 +20,11 @@ public:
     [[nodiscard]] virtual long errorNumber() const = 0;
     /// Deletes this object, which must have been made with new, and throws a copy of it as its own class.
     virtual void suicideAndRethrow() = 0;
-    /// Writes the message.
+    /// Writes the message. Default: the name of the class.
     virtual void message_(std::ostream& stream) const;
 
-    /// The message. Valid as long as the object.
+    /// What message_ writes, whichever class overrides it, or a general text when there is no memory for it.
+    /// Valid as long as the object. Several threads may call it at once.
     [[nodiscard]] const char* what() const noexcept override;
 
 protected:
@@ -29,6 +32,13 @@ protected:
     vxException(const vxException&) noexcept;
     vxException& operator=(const vxException&) noexcept;
     void dispatchSerialize(vxArchive& archive) override;
+
+    /// What message_ writes, kept for the life of the object; `fallback` when that fails.
+    [[nodiscard]] const char* rendered(const char* fallback) const noexcept;
+
+private:
+    struct Text;
+    mutable std::atomic<const Text*> texts_ = nullptr; // Each text that what() has handed out, latest first.
 };
 
 /// An exception with a message text, which is archived with it.
@@ -42,11 +52,40 @@ public:
     ~vxExceptionWithString() override;
 
     void message_(std::ostream& stream) const override;
+    /// As vxException::what; without memory it is the plain text, valid until that changes.
     [[nodiscard]] const char* what() const noexcept override;
 
 protected:
     void dispatchSerialize(vxArchive& archive) override;
 
 private:
-    std::shared_ptr<const std::string> text_;
+    std::shared_ptr<const std::string> text_; // Null when empty.
+};
+
+/// What a concrete error adds to vxExceptionWithString: its number, throwing again as its own class, and a
+/// factory for the registry. `Error` is the class that derives from this one:
+///
+///     class VX_EXPORT BadSize : public vx_ConcreteError<BadSize, 0x10006299> {
+///     public:
+///         using vx_ConcreteError::vx_ConcreteError;
+///         ~BadSize() override; // defined in the source file, so that the class's type information has one
+///         home
+///     };
+///
+/// and in the source file, so that archives can re-create it: `vx_Instantiator badSize(typeid(BadSize),
+/// BadSize::make);`
+template <class Error, long number>
+class VX_EXPORT vx_ConcreteError : public vxExceptionWithString {
+public:
+    using vxExceptionWithString::vxExceptionWithString;
+
+    [[nodiscard]] long errorNumber() const override { return number; }
+
+    void suicideAndRethrow() override {
+        const Error copy(static_cast<const Error&>(*this));
+        delete this;
+        throw copy;
+    }
+
+    [[nodiscard]] static vxPersistent* make() { return new Error; }
 };

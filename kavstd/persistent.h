@@ -7,16 +7,17 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <string>
 #include <typeinfo>
 
 class vxArchive;
+struct vx_Undo;
 
-/// Base of everything that is archived. A class overrides dispatchSerialize in one pattern: return when haveVisited
-/// reports its part, archive a version byte, archive its base's and its own fields, call setVisited.
+/// Base of everything that is archived. A class overrides dispatchSerialize in one pattern: return when
+/// haveVisited reports its part, archive a version byte, archive its base's and its own fields, call
+/// setVisited.
 ///
-/// A load stages what it reads, checks it and then commits without throwing; a part that commits before the object is
-/// complete registers the way back with vxArchive::onRollback.
+/// A load stages what it reads, checks it and then commits without throwing; a part that commits before the
+/// object is complete registers the way back with vxArchive::onRollback.
 class VX_EXPORT vxPersistent {
 public:
     virtual ~vxPersistent();
@@ -40,33 +41,33 @@ protected:
     /// To be called before persistent state changes.
     void mutating() noexcept;
 
-    /// Whether the part of `size` bytes at `part` was already handled in the archive's current pass. A mark belongs to
-    /// the object, not to its address: a new object where a dead one was is not visited.
+    /// Whether the part of `size` bytes at `part` was already handled in the archive's current pass. A mark
+    /// belongs to the object that operator|| or loadSimple is archiving, not to its address: a new object
+    /// where a dead one was is not visited.
     [[nodiscard]] static bool haveVisited(vxArchive& archive, const void* part, std::size_t size);
     /// Marks that part as handled in the current pass.
     static void setVisited(vxArchive& archive, const void* part, std::size_t size);
 
 private:
     friend class vxArchive;
-    std::uint64_t identity_; // Unique to this object for the life of the process.
+    std::uint64_t identity_;   // Unique to this object for the life of the process.
+    vx_Undo* undos_ = nullptr; // Latest of what an unfinished load could still do to this object.
 };
 
-/// Enters a class's factory into the process-wide registry while it lives, so that archives can re-create objects of
-/// the class. Meant as a static member of the class; safe in any order of static initialisation and when libraries are
-/// loaded and unloaded. The registry may be read from several threads at once.
+/// Enters a class's factory into the process-wide registry while it lives, so that archives can re-create
+/// objects of the class. Meant as a static member of the class; safe in any order of static initialisation
+/// and when libraries are loaded and unloaded. The registry may be read from several threads at once.
 class VX_EXPORT vx_Instantiator {
 public:
+    /// `make` returns a new object of exactly that type. Of several factories for one type the latest serves.
     vx_Instantiator(const std::type_info& type, vxPersistent* (*make)());
     ~vx_Instantiator();
     vx_Instantiator(const vx_Instantiator&) = delete;
     vx_Instantiator& operator=(const vx_Instantiator&) = delete;
-
-private:
-    std::string name_;
 };
 
-/// An intrusive, thread-safe reference count. It starts at 0; whoever keeps the object calls addReference, and the
-/// removeReference that takes the count back to 0 deletes it. A copy starts with a count of its own.
+/// An intrusive, thread-safe reference count. It starts at 0; whoever keeps the object calls addReference,
+/// and the removeReference that takes the count back to 0 deletes it. A copy starts with a count of its own.
 class VX_EXPORT vxRepBase {
 public:
     virtual ~vxRepBase();
