@@ -10,6 +10,9 @@
 #include <cstdint>
 #include <limits>
 #include <random>
+#include <sstream>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace support {
@@ -75,6 +78,73 @@ struct BufferState {
     vxPair<long> offset;
     std::vector<std::uint32_t> samples;
 };
+
+/// The archive record of a buffer, value by value, so that a test can make a buffer that no other operation
+/// makes.
+struct BufferRecord {
+    unsigned char version = 1;
+    long width = 0, height = 0;
+    long sourceWidth = 0, sourceHeight = 0;
+    long masked = 0, maskedMiny = 0, maskedMaxy = 0;
+    bool consumed = false;
+    vx2XformCache xform; // Version 1.
+    vxXform<2> linear;   // Version 0.
+    unsigned char pairVersion = 0;
+    long offsetX = 0, offsetY = 0;
+    bool hasSamples = true;
+    unsigned char arrayVersion = 0;
+    unsigned long count = 0; // Claimed; makeCount() claims what is there.
+    std::vector<float> samples;
+
+    BufferRecord& makeCount() {
+        count = samples.size();
+        return *this;
+    }
+
+    /// A whole archive that holds the record and nothing else.
+    [[nodiscard]] std::string bytes() const {
+        BufferRecord r(*this);
+        std::ostringstream stream;
+        vxOutputArchive archive(stream);
+        archive || r.version || r.width || r.height || r.sourceWidth || r.sourceHeight;
+        archive || r.masked || r.maskedMiny || r.maskedMaxy || r.consumed;
+        if (version == 0) {
+            archive || r.linear;
+        } else {
+            archive || r.xform;
+        }
+        archive || r.pairVersion || r.offsetX || r.offsetY || r.hasSamples || r.arrayVersion || r.count;
+        for (float& sample : r.samples) {
+            archive || sample;
+        }
+        return stream.str();
+    }
+};
+
+/// The record of a spectrum of that size and source size.
+inline BufferRecord recordOf(long width, long height, long sourceWidth, long sourceHeight,
+                             std::vector<float> samples) {
+    BufferRecord record;
+    record.width = width;
+    record.height = height;
+    record.sourceWidth = sourceWidth;
+    record.sourceHeight = sourceHeight;
+    record.samples = std::move(samples);
+    return record.makeCount();
+}
+
+inline void load(vxFrequencyBuffer& buffer, const std::string& bytes) {
+    std::istringstream stream(bytes);
+    vxInputArchive archive(stream);
+    archive || buffer;
+}
+
+inline std::string store(vxFrequencyBuffer& buffer) {
+    std::ostringstream stream;
+    vxOutputArchive archive(stream);
+    archive || buffer;
+    return stream.str();
+}
 
 /// Floats of every kind: ordinary ones of all magnitudes and, if asked for, zeros of both signs, denormals,
 /// infinities and NaNs.
