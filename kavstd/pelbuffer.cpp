@@ -13,10 +13,7 @@
 #include <vector>
 
 namespace {
-vxPersistent* makeBadGeometry() {
-    return new vx_PelBuffer::BadGeometry;
-}
-const vx_Instantiator badGeometryExemplar(typeid(vx_PelBuffer::BadGeometry), &makeBadGeometry);
+const vx_Instantiator badGeometryExemplar(typeid(vx_PelBuffer::BadGeometry), vx_PelBuffer::BadGeometry::make);
 
 constexpr std::size_t maxBytes = PTRDIFF_MAX;
 constexpr auto maxLong = static_cast<std::size_t>(std::numeric_limits<long>::max());
@@ -51,15 +48,7 @@ std::shared_ptr<void> allocateZeros(std::size_t size, std::size_t alignment) {
 }
 } // namespace
 
-long vx_PelBuffer::BadGeometry::errorNumber() const {
-    return 0x10006212;
-}
-
-void vx_PelBuffer::BadGeometry::suicideAndRethrow() {
-    const BadGeometry copy(*this);
-    delete this;
-    throw BadGeometry(copy);
-}
+vx_PelBuffer::BadGeometry::~BadGeometry() = default;
 
 void vx_PelBuffer::allocate(long width, long height, long alignment, std::size_t pelSize) {
     if (width < 1 || height < 1) {

@@ -70,11 +70,10 @@ protected:
 };
 
 /// A window, row or binding that the pels do not have was asked for.
-class VX_EXPORT vx_PelBuffer::BadGeometry : public vxExceptionWithString {
+class VX_EXPORT vx_PelBuffer::BadGeometry : public vx_ConcreteError<vx_PelBuffer::BadGeometry, 0x10006212> {
 public:
-    using vxExceptionWithString::vxExceptionWithString;
-    [[nodiscard]] long errorNumber() const override;
-    void suicideAndRethrow() override;
+    using vx_ConcreteError::vx_ConcreteError;
+    ~BadGeometry() override;
 };
 
 /// A window for reading.

@@ -85,14 +85,11 @@ const vx2XformLinear& identity() noexcept {
     return *object;
 }
 
-template <class T>
-vxPersistent* make() {
-    return new T;
-}
-
-const vx_Instantiator linearExemplar(typeid(vx2XformLinear), &make<vx2XformLinear>);
-const vx_Instantiator singularExemplar(typeid(vx2Xform::Singular), &make<vx2Xform::Singular>);
-const vx_Instantiator notLinearExemplar(typeid(vx2Xform::NotLinear), &make<vx2Xform::NotLinear>);
+const vx_Instantiator exemplars[] = {
+    {typeid(vx2XformLinear), []() -> vxPersistent* { return new vx2XformLinear; }},
+    {typeid(vx2Xform::Singular), vx2Xform::Singular::make},
+    {typeid(vx2Xform::NotLinear), vx2Xform::NotLinear::make},
+};
 } // namespace
 
 vxMatrix<2>::vxMatrix(vxRadian shear, vxRadian rotation, double xScale, double yScale)
@@ -143,25 +140,9 @@ vxXform<2> operator*(const vxXform<2>& a, const vxXform<2>& b) noexcept {
 
 vx2Xform::~vx2Xform() = default;
 
-long vx2Xform::Singular::errorNumber() const {
-    return 0x10006210;
-}
+vx2Xform::Singular::~Singular() = default;
 
-void vx2Xform::Singular::suicideAndRethrow() {
-    const Singular copy(*this);
-    delete this;
-    throw Singular(copy);
-}
-
-long vx2Xform::NotLinear::errorNumber() const {
-    return 0x10006211;
-}
-
-void vx2Xform::NotLinear::suicideAndRethrow() {
-    const NotLinear copy(*this);
-    delete this;
-    throw NotLinear(copy);
-}
+vx2Xform::NotLinear::~NotLinear() = default;
 
 vx2XformLinear::vx2XformLinear(const vxXform<2>& xform) noexcept : xform_(xform) {}
 
@@ -182,7 +163,7 @@ void vx2XformLinear::dispatchSerialize(vxArchive& archive) {
     unsigned char version = 0;
     archive || version;
     if (version != 0) {
-        archive.refuse("version of vx2XformLinear");
+        throw vxArchive::UnknownVersion("vx2XformLinear", 0);
     }
     vx2Xform::dispatchSerialize(archive);
     vxXform<2> xform = xform_;
@@ -244,7 +225,7 @@ std::shared_ptr<const vx2Xform> load(vxArchive& archive) {
     const std::shared_ptr<const vxPersistent> owner(object);
     auto xform = std::dynamic_pointer_cast<const vx2Xform>(owner);
     if (xform == nullptr) {
-        archive.refuse("client transform");
+        archive.refuse("a client transform that is none");
     }
     return xform;
 }

@@ -97,19 +97,17 @@ public:
 };
 
 /// A matrix without an inverse was to be inverted.
-class VX_EXPORT vx2Xform::Singular : public vxExceptionWithString {
+class VX_EXPORT vx2Xform::Singular : public vx_ConcreteError<vx2Xform::Singular, 0x10006210> {
 public:
-    using vxExceptionWithString::vxExceptionWithString;
-    [[nodiscard]] long errorNumber() const override;
-    void suicideAndRethrow() override;
+    using vx_ConcreteError::vx_ConcreteError;
+    ~Singular() override;
 };
 
 /// The linear transform of something that is not linear was asked for.
-class VX_EXPORT vx2Xform::NotLinear : public vxExceptionWithString {
+class VX_EXPORT vx2Xform::NotLinear : public vx_ConcreteError<vx2Xform::NotLinear, 0x10006211> {
 public:
-    using vxExceptionWithString::vxExceptionWithString;
-    [[nodiscard]] long errorNumber() const override;
-    void suicideAndRethrow() override;
+    using vx_ConcreteError::vx_ConcreteError;
+    ~NotLinear() override;
 };
 
 /// The linear (affine) transform.
