@@ -8,10 +8,10 @@
 
 namespace {
 
-constexpr std::size_t maximumNesting = 64; // Objects by pointer; objects in place likewise.
+constexpr std::size_t maximumNesting = 64; // Objects by pointer within each other; objects in place likewise.
 constexpr std::size_t maximumTypeName = 256;
 
-/// A type name from an archive may hold anything; only what is safe to print goes into a message.
+/// A type name from an archive may hold anything; a message holds only what is safe to print.
 void makePrintable(std::string& text) {
     std::replace_if(
         text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
@@ -29,11 +29,11 @@ public:
         , logged_(state.log.size())
         , began_(++state.time) {
         state_.passes.back().current = &object;
-        ++state_.inPlaceDepth;
+        ++state_.openObjects;
     }
     ~Transaction() {
         state_.passes.back().current = outer_;
-        --state_.inPlaceDepth;
+        --state_.openObjects;
         if (!complete_) {
             state_.shrinkLog(logged_, true);
             state_.dropMarks(began_);
@@ -87,8 +87,9 @@ template <class Error>
 void vxArchive::State::fail(const char* kind, const char* relation, const char* detail) {
     requireUsable(); // The first failure stays.
     try {
-        const std::string message =
+        std::string message =
             std::string(kind) + " at byte " + std::to_string(valueOffset) + relation + detail;
+        makePrintable(message);
         failure = std::make_exception_ptr(makeError<Error>(message.c_str()));
     } catch (const std::bad_alloc&) {
         failure = std::make_exception_ptr(makeError<Error>(nullptr)); // The class matters more than the text.
@@ -107,8 +108,7 @@ void vxArchive::State::failUnknownVersion(const char* what) {
     fail<UnknownVersion>("Unknown version", ", reading ", what);
 }
 
-void vxArchive::State::failUnknownType(std::string typeName) {
-    makePrintable(typeName);
+void vxArchive::State::failUnknownType(const std::string& typeName) {
     fail<UnknownType>("Unknown type", ": ", typeName.c_str());
 }
 
@@ -142,7 +142,8 @@ void vxArchive::State::version(const char* what) {
 
 void vxArchive::State::inPlace(vxPersistent& object, bool reInit) {
     requireUsable();
-    if (inPlaceDepth == maximumNesting) {
+    // Of the open objects, one for each nested pass is there by pointer.
+    if (openObjects >= maximumNesting + passes.size() - 1) {
         refuse("objects in place nested too deeply");
     }
     Transaction transaction(*this, object);
@@ -175,7 +176,7 @@ std::string vxArchive::State::registeredName(const vxPersistent& object) {
     requireRoomToNest();
     std::string typeName = vf_TypeName(typeid(object));
     if (vf_FindFactory(typeName) == nullptr) {
-        failUnknownType(std::move(typeName));
+        failUnknownType(typeName);
     }
     if (typeName.size() > maximumTypeName) {
         refuse("a type name that is too long");

@@ -37,7 +37,7 @@ struct vxArchive::State {
     /// Each fails the archive; `what` or `problem` says what was being archived.
     [[noreturn]] void failTransfer(const char* what);
     [[noreturn]] void failUnknownVersion(const char* what);
-    [[noreturn]] void failUnknownType(std::string typeName);
+    [[noreturn]] void failUnknownType(const std::string& typeName);
     [[noreturn]] void refuse(const char* problem);
 
     /// Archives raw bytes of the value that `what` names.
@@ -66,7 +66,7 @@ struct vxArchive::State {
     std::vector<Pass> passes;      // The innermost last.
     std::list<vx_Undo> log;        // The latest last.
     std::uint64_t time = 1;        // Counts the objects in place.
-    std::size_t inPlaceDepth = 0;  // Objects in place that are open, in all passes.
+    std::size_t openObjects = 0;   // Objects that are being archived, within each other.
 
 private:
     class Transaction;
