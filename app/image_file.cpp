@@ -1,0 +1,166 @@
+#include "app/image_file.h"
+
+#include "app/errors.h"
+#include "app/pgm_file.h"
+#include "app/png_file.h"
+#include "app/tiff_file.h"
+#include "kavstd/attention.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <fstream>
+#include <sstream>
+#include <string_view>
+#include <unistd.h>
+
+namespace app {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::string_view_literals;
+
+struct Signature {
+    std::string_view start;
+    Image (*read)(std::istream&);
+};
+
+constexpr Signature signatures[] = {
+    {"\x89PNG\r\n\x1a\n"sv, readPng},
+    {"II*\0"sv, readTiff},
+    {"MM\0*"sv, readTiff},
+    {"II+\0"sv, readTiff},
+    {"MM\0+"sv, readTiff},
+    {"P2"sv, readPgm},
+    {"P5"sv, readPgm},
+};
+
+struct Format {
+    std::string_view extension;
+    const char* name;
+    bool holdsFloats;
+    std::vector<unsigned char> (*encode)(const Image&);
+};
+
+constexpr Format formats[] = {
+    {".png", "PNG", false, encodePng},
+    {".tif", "TIFF", true, encodeTiff},
+    {".tiff", "TIFF", true, encodeTiff},
+    {".pgm", "PGM", false, encodePgm},
+};
+
+char lowered(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+const Format& formatOf(const fs::path& path) {
+    std::string extension = path.extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(), lowered);
+    const auto* found =
+        std::find_if(std::begin(formats), std::end(formats),
+                     [&extension](const Format& format) { return format.extension == extension; });
+    if (found == std::end(formats))
+        throw UsageError("cannot tell the format of " + path.string() +
+                         ": the name must end in .png, .tif, .tiff or .pgm");
+    return *found;
+}
+
+constexpr std::size_t largestPipe = std::size_t{256} << 20;
+
+struct Descriptor {
+    int value;
+    ~Descriptor() {
+        if (value >= 0)
+            ::close(value);
+    }
+};
+
+// A signal ends the wait for a pipe; the check then tells whether it was an interruption.
+template <class Call>
+auto retried(const Call& call) {
+    for (;;) {
+        vxAttention::check();
+        const auto result = call();
+        if (result >= 0)
+            return result;
+        if (errno != EINTR)
+            throw UnreadableError(std::strerror(errno));
+    }
+}
+
+// A pipe cannot be sought in, so it is read whole first.
+std::string readPipe(const fs::path& path) {
+    const Descriptor pipe{retried([&path] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC); })};
+    std::string bytes;
+    std::vector<char> chunk(std::size_t{1} << 16);
+    while (const auto got = retried([&] { return ::read(pipe.value, chunk.data(), chunk.size()); })) {
+        bytes.append(chunk.data(), static_cast<std::size_t>(got));
+        if (bytes.size() > largestPipe)
+            throw UnreadableError("the pipe holds more than 256 MiB");
+    }
+    return bytes;
+}
+
+Image readAnyFile(const fs::path& path) {
+    const fs::file_status status = fs::status(path);
+    if (fs::is_directory(status))
+        throw UnreadableError("it is a directory");
+    if (!fs::exists(status))
+        throw UnreadableError("no such file");
+    if (!fs::is_regular_file(status)) {
+        std::istringstream bytes(readPipe(path));
+        return readImage(bytes);
+    }
+    std::ifstream file(path, std::ios::binary);
+    if (!file)
+        throw UnreadableError(std::strerror(errno));
+    return readImage(file);
+}
+
+} // namespace
+
+Image readImage(std::istream& file) {
+    char start[8] = {};
+    file.read(start, sizeof start);
+    const std::string_view begin(start, static_cast<std::size_t>(file.gcount()));
+    file.clear();
+    file.seekg(0);
+    if (begin.empty())
+        throw UnreadableError("the file is empty");
+    for (const Signature& signature : signatures) {
+        if (begin.starts_with(signature.start))
+            return signature.read(file);
+    }
+    throw UnreadableError("not a PNG, TIFF or PGM image");
+}
+
+Image readImage(const fs::path& path) {
+    try {
+        Image image = readAnyFile(path);
+        image.name = path.string();
+        return image;
+    } catch (const UnreadableError& error) {
+        throw UnreadableError("cannot read " + path.string() + ": " + error.what());
+    } catch (const fs::filesystem_error& error) {
+        throw UnreadableError("cannot read " + path.string() + ": " + error.code().message());
+    }
+}
+
+void checkFormat(const fs::path& path) {
+    static_cast<void>(formatOf(path));
+}
+
+void checkFormat(const fs::path& path, Depth depth) {
+    const Format& format = formatOf(path);
+    if (!traits(depth).isInteger && !format.holdsFloats)
+        throw UsageError("a " + std::string(format.name) + " file cannot hold " + traits(depth).name +
+                         " pels (" + path.string() + "): choose --depth 8 or 16, or a .tif file");
+}
+
+void writeImage(const fs::path& path, const Image& image, Overwrite overwrite) {
+    checkFormat(path, image.depth);
+    writeFile(path, formatOf(path).encode(image), overwrite);
+}
+
+} // namespace app
