@@ -1,0 +1,168 @@
+#include "app/recipes.h"
+
+#include "app/errors.h"
+#include "app/padding.h"
+#include "app/words.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace app {
+namespace {
+
+// A result whose range is below this part of the image's largest pel is rounding noise around one value.
+constexpr double noise = 1e-6;
+
+[[noreturn]] void failTooLarge(const Image& image) {
+    throw UnreadableError("cannot transform " + image.name + ": its pels are too large for single precision");
+}
+
+double largestPel(const Image& image) {
+    const PelStatistics pels = statistics(image.pels);
+    if (pels.notFinite > 0)
+        throw UnreadableError("cannot transform " + image.name + ": the pel at (" +
+                              std::to_string(pels.notFiniteAt.x()) + ", " +
+                              std::to_string(pels.notFiniteAt.y()) + ") is not a finite number");
+    return std::max(std::abs(pels.minimum), std::abs(pels.maximum));
+}
+
+// Whether a filter lets the image's mean pass; if not, results lie around zero.
+bool passesMean(const vxFrequencyFilter& filter, const vxPair<long>& size) {
+    vxFrequencyBuffer spectrum(size.x(), size.y());
+    spectrum.putReal(0, 0, 1, false);
+    applyFilter(filter, spectrum);
+    return spectrum.getReal(0, 0, false) >= 0.5;
+}
+
+template <class T>
+vxPelBuffer<double> widened(const vxPelBuffer_const<T>& pels) {
+    vxPelBuffer<double> result(pels.width(), pels.height());
+    for (long y = 0; y < pels.height(); ++y)
+        std::copy_n(pels.pointToRow(y), pels.width(), result.pointToRow(y));
+    return result;
+}
+
+template <class T>
+vxPelBuffer<double> readRaw(vxFrequencyBuffer& spectrum, bool normalize) {
+    vxPelBuffer<T> pels;
+    vfInverseFFT(spectrum, pels, normalize, true);
+    return widened<T>(pels);
+}
+
+vxPelBuffer<double> readRaw(vxFrequencyBuffer& spectrum, Depth depth, bool normalize) {
+    switch (depth) {
+    case Depth::bits8:
+        return readRaw<unsigned char>(spectrum, normalize);
+    case Depth::bits16:
+        return readRaw<unsigned short>(spectrum, normalize);
+    default:
+        return readRaw<double>(spectrum, normalize);
+    }
+}
+
+void setExtremes(FilterResult& result, const Image& source) {
+    const PelStatistics pels = statistics(result.image.pels);
+    if (pels.notFinite > 0)
+        failTooLarge(source);
+    result.minimum = pels.minimum;
+    result.maximum = pels.maximum;
+}
+
+void finishRaw(FilterResult& result, vxFrequencyBuffer& spectrum, const FilterSettings& settings,
+               const Image& source) {
+    const bool normalize = settings.range.has_value();
+    result.image.pels = readRaw(spectrum, result.image.depth, normalize);
+    setExtremes(result, source);
+    result.range =
+        normalize ? "magnitudes, normalised by the library" : "magnitudes, as the library gives them";
+}
+
+std::string clippingInWords(const PelMap& map, long outside, Depth depth) {
+    const std::string white = number(traits(depth).maximum);
+    return (map.gain == 1 ? "" : "multiplied by " + number(map.gain) + ", ") +
+           (map.offset == 0 ? "" : "raised to mid-grey " + number(map.offset) + ", ") + "clipped to 0 .. " +
+           white + " (" + count(outside, "pel") + " outside)";
+}
+
+// Normalises or clips to an integer depth.
+void bringIntoRange(FilterResult& result, const FilterSettings& settings, const vxFrequencyFilter& filter,
+                    const Image& source, double largest) {
+    const Depth depth = result.image.depth;
+    const bool aroundZero = settings.part != Part::magnitude && !passesMean(filter, result.transform);
+    const bool flat = result.maximum - result.minimum <= noise * largest;
+    if (flat || settings.range == Range::clip) {
+        const PelMap map = clipping(source.depth, depth, aroundZero);
+        const long outside = mapPels(result.image.pels, map, depth);
+        result.range = (flat ? "flat, " : "") + clippingInWords(map, outside, depth);
+        return;
+    }
+    const PelMap map = normalizing(result.minimum, result.maximum, depth);
+    mapPels(result.image.pels, map, depth);
+    result.range = "scaled to 0 .. " + number(traits(depth).maximum);
+    if (result.minimum < 0 && result.maximum > 0)
+        result.range += ", zero becomes " + std::to_string(quantize(map.offset, depth));
+}
+
+} // namespace
+
+vxFrequencyBuffer spectrumOf(const Image& image, Padding padding) {
+    if (largestPel(image) > static_cast<double>(std::numeric_limits<float>::max()))
+        failTooLarge(image);
+    vxFrequencyBuffer spectrum;
+    if (padding == Padding::mirror)
+        vfForwardFFT<double>(mirrorPadded(image.pels), spectrum);
+    else
+        vfForwardFFT<double>(image.pels, spectrum);
+    return spectrum;
+}
+
+vxPelBuffer<double> imageOf(vxFrequencyBuffer& spectrum, Part part, long width, long height) {
+    vxPelBuffer<double> pels;
+    if (part == Part::magnitude) {
+        vfInverseFFT<double>(spectrum, pels, false, true);
+    } else {
+        vxPelBuffer<double> imaginary;
+        vfInverseFFT(spectrum, pels, imaginary, true);
+    }
+    return pels.window(0, 0, width, height);
+}
+
+void checkSettings(const FilterSettings& settings) {
+    checkFilter(settings.filter);
+    if (settings.raw && (settings.padding || settings.part))
+        throw UsageError(
+            "--raw has its own padding and reads magnitudes; it goes with neither --pad nor --part");
+    if (settings.raw && settings.range == Range::clip)
+        throw UsageError("--raw does not clip; only --range normalize goes with it");
+}
+
+FilterResult filterImage(const Image& source, const FilterSettings& settings) {
+    checkSettings(settings);
+    FilterResult result;
+    result.image.depth = settings.depth.value_or(source.depth);
+    const bool integer = traits(result.image.depth).isInteger;
+    if (!integer && settings.range)
+        throw UsageError(
+            "--range is for 8- and 16-bit results; floating-point results are written as they are");
+
+    const Padding padding = settings.raw ? Padding::zero : settings.padding.value_or(Padding::mirror);
+    vxFrequencyBuffer spectrum = spectrumOf(source, padding);
+    result.transform = {spectrum.width(), spectrum.height()};
+    const std::unique_ptr<vxFrequencyFilter> filter = makeFilter(settings.filter, result.transform);
+    applyFilter(*filter, spectrum);
+    if (settings.raw) {
+        finishRaw(result, spectrum, settings, source);
+        return result;
+    }
+    const Part part = settings.part.value_or(Part::real);
+    result.image.pels = imageOf(spectrum, part, source.pels.width(), source.pels.height());
+    setExtremes(result, source);
+    if (integer)
+        bringIntoRange(result, settings, *filter, source, largestPel(source));
+    else
+        result.range = "written as it is";
+    return result;
+}
+
+} // namespace app

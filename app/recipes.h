@@ -1,0 +1,60 @@
+/// \file
+/// What the tools do with an image: pad, transform, filter, transform back, bring into range.
+#pragma once
+
+#include "app/filters.h"
+#include "app/image.h"
+#include "app/pel_range.h"
+#include "filt/fft.h"
+
+#include <optional>
+#include <string>
+
+namespace app {
+
+/// How an image is extended to the size of its transform.
+enum class Padding {
+    mirror, ///< by reflection, so that no edge is made
+    zero    ///< with zeros to the right and below, as the library itself does
+};
+
+/// What is read from the inverse transform.
+enum class Part {
+    real,     ///< with its sign
+    magnitude ///< without
+};
+
+/// The spectrum of an image. UnreadableError when pels are not finite or too large for single precision.
+[[nodiscard]] vxFrequencyBuffer spectrumOf(const Image& image, Padding padding);
+
+/// The image of that size that a spectrum stands for. The spectrum is consumed.
+[[nodiscard]] vxPelBuffer<double> imageOf(vxFrequencyBuffer& spectrum, Part part, long width, long height);
+
+struct FilterSettings {
+    FilterParameters filter;
+    std::optional<Padding> padding; ///< Default: mirror.
+    std::optional<Part> part;       ///< Default: real.
+    std::optional<Range> range;     ///< Default: normalize. Only for integer depths.
+    std::optional<Depth> depth;     ///< Default: the depth of the image.
+    /// The library's own zero padding and magnitude reader and nothing on top: magnitudes rounded to the
+    /// nearest integer, whose low 8 or 16 bits are kept, or with Range::normalize the reader's own
+    /// normalisation.
+    bool raw = false;
+};
+
+/// UsageError where settings contradict each other or the filter is wrong for every image.
+void checkSettings(const FilterSettings& settings);
+
+struct FilterResult {
+    Image image;
+    vxPair<long> transform; ///< Size of the transform.
+    double minimum = 0;     ///< Of the result before it was brought into range.
+    double maximum = 0;
+    std::string range; ///< How it was brought into range, in words.
+};
+
+/// Filters an image. UsageError for settings that do not fit the image, UnreadableError for pels that cannot
+/// be transformed.
+[[nodiscard]] FilterResult filterImage(const Image& image, const FilterSettings& settings);
+
+} // namespace app
