@@ -1,0 +1,40 @@
+/// \file
+/// Options that several verbs share.
+#pragma once
+
+#include "app/image.h"
+
+#include <CLI/CLI.hpp>
+
+#include <initializer_list>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// An option whose value is one of a few words.
+template <class T>
+CLI::Option* addChoice(CLI::App& verb, const std::string& name, std::optional<T>& value,
+                       std::initializer_list<std::pair<const char*, T>> choices, const std::string& help) {
+    std::vector<std::string> words;
+    for (const auto& choice : choices)
+        words.emplace_back(choice.first);
+    const std::vector<std::pair<std::string, T>> table(choices.begin(), choices.end());
+    const auto assign = [&value, table](const std::string& word) {
+        for (const auto& [choice, meaning] : table) {
+            if (choice == word)
+                value = meaning;
+        }
+    };
+    return verb.add_option_function<std::string>(name, assign, help)->check(CLI::IsMember(words));
+}
+
+/// --depth 8|16|float|double
+inline CLI::Option* addDepth(CLI::App& verb, std::optional<app::Depth>& depth) {
+    return addChoice<app::Depth>(verb, "--depth", depth,
+                                 {{"8", app::Depth::bits8},
+                                  {"16", app::Depth::bits16},
+                                  {"float", app::Depth::float32},
+                                  {"double", app::Depth::float64}},
+                                 "depth of the output; default: that of the input");
+}

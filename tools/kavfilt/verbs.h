@@ -1,0 +1,10 @@
+/// \file
+/// The verbs of the program, one file each. Each function adds its verb's options and what it does to the
+/// program.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+void addFilterVerb(CLI::App& program);
+void addInfoVerb(CLI::App& program);
+void addDemoVerb(CLI::App& program);
