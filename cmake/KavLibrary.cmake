@@ -26,6 +26,10 @@ function(kav_add_library name)
     set_target_properties(${name} PROPERTIES
         VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
         EXPORT_NAME ${export_name} LINKER_LANGUAGE CXX)
+    if(NOT APPLE)
+        # The installed libraries find each other wherever the prefix is.
+        set_target_properties(${name} PROPERTIES INSTALL_RPATH "$ORIGIN")
+    endif()
     target_include_directories(${name} PUBLIC
         "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>" "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
     target_link_libraries(${name} PUBLIC ${ARG_LINK_PUBLIC})
