@@ -15,8 +15,8 @@ public:
         return low_ <= centred(row) && centred(row) <= high_;
     }
 
-    /// Whether the block of four rows from `start` is in the band. One that ends just before the band counts
-    /// as inside.
+    /// Whether the block of four rows from `start` counts as in the band: judged by its first row, even where
+    /// the block reaches over both halves (four rows in all), and in when it ends just before the band.
     [[nodiscard]] bool touchesBlock(std::size_t start) const noexcept {
         return low_ <= centred(start) + 4 && centred(start) <= high_;
     }
