@@ -1,6 +1,6 @@
 #include "filt/freqfilt/band_pass.h"
 
-#include "filt/freqfilt/internal/band.h"
+#include "filt/freqfilt/internal/band_family.h"
 
 namespace {
 constexpr const vx_FilterKind& kind = vx_Pass;
@@ -30,7 +30,7 @@ vxFrequencyFilterBandPass& vxFrequencyFilterBandPass::operator=(const vxFrequenc
         profile_.drop(); // Deliberate: flag and parameters stay as they were.
         return *this;
     }
-    profile_ = vx_GainTable(other.profile_.gains(), vx_ProfileSpare);
+    profile_ = vx_GainTable(other.profile_.gains());
     fields_ = other.fields_;
     vxFrequencyFilter::operator=(other);
     return *this;

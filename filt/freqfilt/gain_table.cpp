@@ -8,8 +8,8 @@
 vx_GainTable::vx_GainTable() noexcept = default;
 vx_GainTable::~vx_GainTable() = default;
 
-vx_GainTable::vx_GainTable(std::span<const float> gains, std::size_t spare) {
-    resize(gains.size(), spare);
+vx_GainTable::vx_GainTable(std::span<const float> gains) {
+    resize(gains.size());
     std::copy(gains.begin(), gains.end(), gains_.begin());
 }
 

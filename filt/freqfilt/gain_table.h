@@ -8,16 +8,17 @@
 #include <span>
 #include <vector>
 
-/// Float gains that start at a multiple of 16 bytes, or none: a table that is not built.
-///
-/// `spare` floats are allocated beyond the gains to pay for the alignment; 3 are enough. Changes have the
+/// Float gains that start at a multiple of 16 bytes, or none: a table that is not built. Changes have the
 /// strong guarantee: an allocation that fails leaves the table as it was.
 class VX_EXPORT vx_GainTable {
 public:
+    /// Floats beyond the gains that pay for the alignment.
+    static constexpr std::size_t alignmentSpare = 3;
+
     /// Not built.
     vx_GainTable() noexcept;
     /// A copy of `gains`.
-    vx_GainTable(std::span<const float> gains, std::size_t spare);
+    explicit vx_GainTable(std::span<const float> gains);
     vx_GainTable(vx_GainTable&& other) noexcept;
     vx_GainTable& operator=(vx_GainTable&& other) noexcept;
     vx_GainTable(const vx_GainTable&) = delete;
@@ -30,7 +31,8 @@ public:
     [[nodiscard]] std::span<float> gains() noexcept { return gains_; }
 
     /// Makes room for `entries` gains, at least 1, of any values. A table of that many keeps its storage.
-    void resize(std::size_t entries, std::size_t spare);
+    /// `spare` is alignmentSpare or more.
+    void resize(std::size_t entries, std::size_t spare = alignmentSpare);
     /// Not built any more. The storage is kept.
     void drop() noexcept { gains_ = {}; }
 

@@ -13,6 +13,7 @@ struct vx_FrequencyBufferAccess {
     static vxPair<long> copySize(const vxFrequencyBuffer& buffer) {
         return vxFrequencyBuffer::allocatedSize(buffer.sourceWidth_, buffer.sourceHeight_);
     }
+    static void swap(vxFrequencyBuffer& a, vxFrequencyBuffer& b) noexcept { a.swap(b); }
     /// Null when uninitialized. Writable even through a const buffer.
     static float* data(const vxFrequencyBuffer& buffer) { return buffer.data_; }
     /// Complex samples; not for a buffer that was loaded without any.

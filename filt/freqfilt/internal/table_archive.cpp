@@ -4,7 +4,7 @@
 
 #include <vector>
 
-vx_GainTable vf_ArchiveTable(vxArchive& archive, const vx_GainTable& stored, std::size_t spare) {
+vx_GainTable vf_ArchiveTable(vxArchive& archive, const vx_GainTable& stored) {
     bool hasTable = stored.isBuilt();
     std::vector<float> entries(stored.gains().begin(), stored.gains().end());
     archive || hasTable || entries;
@@ -14,7 +14,7 @@ vx_GainTable vf_ArchiveTable(vxArchive& archive, const vx_GainTable& stored, std
     if (entries.empty()) {
         archive.refuse("filter table without entries");
     }
-    return vx_GainTable(entries, spare);
+    return vx_GainTable(entries);
 }
 
 void vf_AcceptSupport(vxArchive& archive, long supportSize) {

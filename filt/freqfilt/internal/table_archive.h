@@ -19,7 +19,7 @@ void vf_CommitLoad(vxArchive& archive, T& target, T& loaded) {
 }
 
 /// Stores whether there is a table, and its gains; or loads them. Returns the loaded table.
-[[nodiscard]] vx_GainTable vf_ArchiveTable(vxArchive& archive, const vx_GainTable& stored, std::size_t spare);
+[[nodiscard]] vx_GainTable vf_ArchiveTable(vxArchive& archive, const vx_GainTable& stored);
 
 /// Refuse what no filter with a table can hold.
 void vf_AcceptSupport(vxArchive& archive, long supportSize);

@@ -10,12 +10,10 @@
 #include "filt/freqfilt/internal/table_archive.h"
 #include "filt/internal/messages.h"
 
-#include <cstddef>
 #include <span>
 #include <utility>
 
 inline constexpr long vx_SamplesPerBin = 32;
-inline constexpr std::size_t vx_ProfileSpare = 3; // Floats for the alignment of the profile.
 
 /// Bins from the centre radius over which the profile is tabulated, odd. std::length_error.
 [[nodiscard]] long vf_BandSupport(double sigma, double plateau, long width);
@@ -41,7 +39,7 @@ template <class Fields>
 /// Builds the profile of a filter with those fields. Only the allocation can fail, before anything changes.
 template <class Fields>
 void vf_BuildProfile(const Fields& fields, const vx_FilterKind& kind, vx_GainTable& profile) {
-    profile.resize(vf_EntryCount(fields.supportWidth, fields.samplesPerBin), vx_ProfileSpare);
+    profile.resize(vf_EntryCount(fields.supportWidth, fields.samplesPerBin));
     vf_SampleProfile(fields.sigma, fields.plateau, fields.size.x(), kind, profile.gains());
 }
 
@@ -69,7 +67,7 @@ void vf_ArchiveBand(vxArchive& archive, Fields& fields, vx_GainTable& profile) {
     Fields staged = fields;
     archive || staged.supportWidth || staged.samplesPerBin || staged.frequency || staged.sigma ||
         staged.plateau || staged.size || staged.dcRadius;
-    vx_GainTable loaded = vf_ArchiveTable(archive, profile, vx_ProfileSpare);
+    vx_GainTable loaded = vf_ArchiveTable(archive, profile);
     if (!archive.isLoading()) {
         return;
     }

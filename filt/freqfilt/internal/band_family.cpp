@@ -1,4 +1,4 @@
-#include "filt/freqfilt/internal/band.h"
+#include "filt/freqfilt/internal/band_family.h"
 
 #include "filt/internal/numerics.h"
 

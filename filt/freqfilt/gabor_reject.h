@@ -1,0 +1,103 @@
+/// \file
+/// The oriented band-reject filter.
+#pragma once
+
+#include "filt/freqfilt/filter.h"
+#include "filt/freqfilt/gain_table.h"
+#include "kavstd/pair.h"
+#include "kavstd/radian.h"
+
+/// Attenuates what lies under one elliptical Gaussian lobe with a flat top, centred on a frequency of given
+/// magnitude and direction, and leaves everything else as it is, bit for bit: the gain is 0 on the flat top
+/// and rises to 1 away from it. Optionally keeps a square around DC as it is. A result is never masked.
+///
+/// Lengths are fractions of the filter's width, in pairs: along the lobe's direction, and across it. Rows are
+/// scaled by the aspect of the spectrum, so that angles are those of the image.
+///
+/// Errors of the constructor, set and the setters, in this order; a refused call changes nothing:
+///   - InvalidArgument: frequency outside 0.0 to 0.5, a sigma not above 0, a plateau or the radius below 0
+///   - InvalidSize: a size that is not a power of two
+///   - std::length_error: a patch that does not fit 31 bits; a parameter that is no number
+///
+/// Everything but construction, set, assignment, comparison and archiving throws Uninitialized while the
+/// filter is not built.
+class VX_EXPORT vxFrequencyFilterGaborReject : public vxFrequencyFilter {
+public:
+    /// Not built.
+    vxFrequencyFilterGaborReject();
+    vxFrequencyFilterGaborReject(const vxPair<double>& sigma, const vxPair<double>& plateau, vxRadian angle,
+                                 double frequency, const vxPair<long>& size, long dcProtectionRadius);
+    vxFrequencyFilterGaborReject(const vxFrequencyFilterGaborReject& other);
+    /// From a filter that is not built only that state is taken: isInitialized() stays as it is.
+    vxFrequencyFilterGaborReject& operator=(const vxFrequencyFilterGaborReject& other);
+    ~vxFrequencyFilterGaborReject() override;
+
+    [[nodiscard]] vxFrequencyFilter* clone() const override;
+
+    /// Sizes `out` to `in`; its offset and transform stay as they were. `in` and `out` may be the same
+    /// buffer. Throws Uninitialized (the buffer, then the filter), InvalidSize (another size than the
+    /// filter's) and, with a radius above 0, InvalidBuffer (`in` is consumed) and BadCoord (the square
+    /// reaches outside the spectrum); a refused call changes nothing.
+    void apply(const vxFrequencyBuffer& in, vxFrequencyBuffer& out) const override;
+    void apply(vxFrequencyBuffer& buffer) const override;
+
+    /// Both are not built, or state, parameters and patch are equal. Values differ only when one is less or
+    /// greater, so a NaN equals anything; the angle is compared as it is.
+    bool operator==(const vxFrequencyFilterGaborReject& other) const;
+
+    /// Builds the filter, always.
+    void set(const vxPair<double>& sigma, const vxPair<double>& plateau, vxRadian angle, double frequency,
+             const vxPair<long>& size, long dcProtectionRadius);
+
+    /// Setters rebuild the filter when the value differs from the stored one.
+    void sigma(const vxPair<double>& value);
+    [[nodiscard]] vxPair<double> sigma() const;
+    /// Half-widths of the flat top.
+    void plateau(const vxPair<double>& value);
+    [[nodiscard]] vxPair<double> plateau() const;
+    /// Direction of the lobe; 0 points along +x. Kept as given.
+    void angle(vxRadian value);
+    [[nodiscard]] vxRadian angle() const;
+    /// Distance of the lobe from DC in cycles per pixel along x, 0.0 to 0.5. Setting a NaN does nothing.
+    void frequency(double value);
+    [[nodiscard]] double frequency() const;
+    /// Size of the spectra that the filter accepts.
+    void size(const vxPair<long>& value);
+    [[nodiscard]] vxPair<long> size() const;
+    /// Frequencies u and v from 1 - radius to radius - 1 are kept; 0: none.
+    void dcProtectionRadius(long value);
+    [[nodiscard]] long dcProtectionRadius() const;
+
+    /// Columns and rows of the patch, odd.
+    [[nodiscard]] long supportWidth() const;
+    [[nodiscard]] long supportHeight() const;
+
+protected:
+    /// The patch: supportHeight() rows of supportWidth() gains, 16-byte aligned. Null while not built.
+    [[nodiscard]] const float* data() const;
+    void dispatchSerialize(vxArchive& archive) override;
+    void serialize_(vxArchive& archive, unsigned char version) override;
+
+private:
+    struct Fields {
+        long supportWidth = 0;
+        long supportHeight = 0;
+        vxPair<double> sigma;
+        vxPair<double> plateau;
+        vxRadian angle;
+        double frequency = 0.0;
+        vxPair<long> size;
+        long dcRadius = 0;
+    };
+
+    static vxPersistent* make();
+    static const vx_Instantiator sExemplar;
+
+    void create(const Fields& parameters);
+    [[nodiscard]] const Fields& built() const;
+    template <class T>
+    void change(T Fields::*field, const T& value);
+
+    Fields fields_;
+    vx_GainTable patch_;
+};

@@ -1,0 +1,49 @@
+/// \file
+/// A spectrum used as a filter.
+#pragma once
+
+#include "filt/freqfilt/filter.h"
+
+/// Multiplies spectra by a complex spectrum of the caller's, sample by sample: a convolution or correlation
+/// in the spatial domain. A result is never masked.
+class VX_EXPORT vxFrequencyFilterImage : public vxFrequencyFilter {
+public:
+    /// Not built: no samples.
+    vxFrequencyFilterImage();
+    /// Keeps a copy of `image`. Throws Uninitialized when it has no samples.
+    explicit vxFrequencyFilterImage(const vxFrequencyBuffer& image);
+    vxFrequencyFilterImage(const vxFrequencyFilterImage& other);
+    vxFrequencyFilterImage& operator=(const vxFrequencyFilterImage& other);
+    ~vxFrequencyFilterImage() override;
+
+    [[nodiscard]] vxFrequencyFilter* clone() const override;
+
+    /// `out` becomes a copy of `in` (so its size is derived again from the source size of `in`) times the
+    /// image. Throws Uninitialized ("FrequencyBuffer has not been initialized", for the filter too),
+    /// InvalidSize and InvalidBuffer (consumed); a refused call changes nothing.
+    void apply(const vxFrequencyBuffer& in, vxFrequencyBuffer& out) const override;
+    void apply(vxFrequencyBuffer& buffer) const override;
+
+    /// State and images are equal.
+    bool operator==(const vxFrequencyFilterImage& other) const;
+
+    /// Keeps a copy of `image`. Throws Uninitialized when it has no samples; a refused call changes nothing.
+    void setImage(const vxFrequencyBuffer& image);
+
+    /// Size of the spectra that the filter accepts. Throws Uninitialized while not built.
+    [[nodiscard]] long supportWidth() const;
+    [[nodiscard]] long supportHeight() const;
+
+protected:
+    void dispatchSerialize(vxArchive& archive) override;
+    void serialize_(vxArchive& archive, unsigned char version) override;
+
+private:
+    static vxPersistent* make();
+    static const vx_Instantiator sExemplar;
+
+    void create(const vxFrequencyBuffer& image);
+    void checkOperand(const vxFrequencyBuffer& buffer) const;
+
+    vxFrequencyBuffer image_;
+};

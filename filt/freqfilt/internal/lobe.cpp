@@ -1,0 +1,116 @@
+#include "filt/freqfilt/internal/lobe.h"
+
+#include "filt/freqfilt/internal/checks.h"
+#include "filt/freqfilt/internal/row.h"
+#include "filt/internal/centred.h"
+#include "filt/internal/convert.h"
+#include "filt/internal/numerics.h"
+#include "kavstd/xform.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+
+namespace {
+double aspectOf(const vxPair<long>& size) {
+    return static_cast<double>(size.y()) / static_cast<double>(size.x());
+}
+
+double truncated(double value) {
+    return static_cast<double>(vf_Truncate(value));
+}
+
+// The squared distance from the flat top, along one of the lobe's axes.
+double squaredDistance(double offset, double plateau) {
+    const double distance = std::max(std::fabs(offset) - plateau, 0.0);
+    return distance * distance;
+}
+} // namespace
+
+vxPair<long> vf_LobeSupport(const vx_LobeParameters& lobe) {
+    const double n = static_cast<double>(lobe.size.x());
+    const double aspect = aspectOf(lobe.size);
+    const double c = std::fabs(std::cos(lobe.angle.toDouble()));
+    const double s = std::fabs(std::sin(lobe.angle.toDouble()));
+    // Both widths are scaled by the filter's width. A NaN among them reaches one of the two extents.
+    const double sx = lobe.sigma.x() * n;
+    const double sy = lobe.sigma.y() * n;
+    const double px = lobe.plateau.x() * n;
+    const double py = lobe.plateau.y() * n;
+    const double ex = std::max(sx * c, sy * s);
+    const double ey = std::max(sy * c, sx * s) * aspect;
+    const double epx = std::max(px * c, py * s);
+    const double epy = std::max(py * c, px * s) * aspect;
+    return {vf_SupportSize(8.0 * ex + 2.0 * epx + 0.05 * static_cast<double>(lobe.size.x())),
+            vf_SupportSize(8.0 * ey + 2.0 * epy + 0.05 * static_cast<double>(lobe.size.y()))};
+}
+
+void vf_SampleLobe(const vx_LobeParameters& lobe, const vxPair<long>& support, const vx_FilterKind& kind,
+                   std::span<float> patch) {
+    const double n = static_cast<double>(lobe.size.x());
+    const double aspect = aspectOf(lobe.size);
+    const double angle = lobe.angle.toDouble();
+    const double sx = lobe.sigma.x() * n;
+    const double sy = lobe.sigma.y() * n;
+    const double px = lobe.plateau.x() * n;
+    const double py = lobe.plateau.y() * n;
+    const double kx = 1.0 / (-2.0 * (sx * sx));
+    const double ky = 1.0 / (-2.0 * (sy * sy));
+    // Into the lobe's own axes.
+    const vxXform<2> xform(vxVector<2>(0.0, 0.0), 1.0, 1.0, vxRadian(0.0), -lobe.angle);
+
+    // Deliberate: here the shifted position is truncated, where the patch is laid the unshifted one.
+    const double f = lobe.frequency * n;
+    double ox = std::cos(angle) * f + static_cast<double>(lobe.size.x() >> 1);
+    double oy = std::sin(angle) * f * aspect + static_cast<double>(lobe.size.y() >> 1);
+    ox -= truncated(ox);
+    oy -= truncated(oy);
+
+    const long halfWidth = support.x() >> 1;
+    const long halfHeight = support.y() >> 1;
+    float* entry = patch.data();
+    for (long j = -halfHeight; j <= halfHeight; ++j) {
+        for (long i = -halfWidth; i <= halfWidth; ++i) {
+            const vxVector<2> t =
+                xform * vxVector<2>(static_cast<double>(i) - ox, (static_cast<double>(j) - oy) / aspect);
+            const double exponent = squaredDistance(t.x(), px) * kx + squaredDistance(t.y(), py) * ky;
+            *entry++ = static_cast<float>(kind.gain(std::exp(exponent)));
+        }
+    }
+}
+
+vx_Lobe::vx_Lobe(const vx_LobeParameters& lobe, const vxPair<long>& support, std::span<const float> patch)
+    : width_(lobe.size.x()), height_(lobe.size.y()), patchWidth_(support.x()), patch_(patch.data()) {
+    const double f = lobe.frequency * static_cast<double>(width_);
+    const double angle = lobe.angle.toDouble();
+    const long centreX = static_cast<long>(vf_Truncate(std::cos(angle) * f)) + (width_ >> 1);
+    const long centreY =
+        static_cast<long>(vf_Truncate(std::sin(angle) * f * aspectOf(lobe.size))) + (height_ >> 1);
+    x0_ = centreX - (support.x() >> 1);
+    x1_ = centreX + (support.x() >> 1);
+    y0_ = centreY - (support.y() >> 1);
+    y1_ = centreY + (support.y() >> 1);
+}
+
+void vx_Lobe::multiply(const float* in, float* out, vx_Outside outside) const {
+    const long half = width_ >> 1;
+    for (long y = 0; y < height_; ++y) {
+        const std::ptrdiff_t row = std::ptrdiff_t{2} * width_ * y;
+        const long centredY = vf_CentredNumber(y, height_);
+        std::array<vx_GainRun, 2> runs = {};
+        // Columns stop before x1, rows reach y1: the last column of the patch is never applied.
+        if (centredY >= y0_ && centredY <= y1_) {
+            const float* gains = patch_ + std::ptrdiff_t{centredY - y0_} * patchWidth_;
+            // Storage order: the right half of the centred columns comes first.
+            const auto run = [&](long first, long last, long shift) {
+                const long begin = std::max(x0_, first);
+                const long end = std::min(x1_, last);
+                return begin < end ? vx_GainRun{begin + shift, end + shift, gains + (begin - x0_)}
+                                   : vx_GainRun{};
+            };
+            runs = {run(half, width_, -half), run(0, half, half)};
+        }
+        vf_MultiplyRow(in + row, out + row, width_, runs, outside);
+    }
+}
