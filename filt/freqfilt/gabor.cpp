@@ -167,6 +167,13 @@ void vxFrequencyFilterGabor::serialize_(vxArchive& archive, unsigned char versio
     if (version != 0) {
         throw vxArchive::UnknownVersion("filt/freqfilt", __LINE__);
     }
-    vxFrequencyFilter::dispatchSerialize(archive);
-    vf_ArchiveGabor(archive, fields_, patch_);
+    // Public here, so it may be called outside an object's load, where nothing rolls the base's part back.
+    const bool initialized = initialized_;
+    try {
+        vxFrequencyFilter::dispatchSerialize(archive);
+        vf_ArchiveGabor(archive, fields_, patch_);
+    } catch (...) {
+        initialized_ = initialized;
+        throw;
+    }
 }

@@ -79,6 +79,5 @@ void vf_ArchiveBand(vxArchive& archive, Fields& fields, vx_GainTable& profile) {
         vf_AcceptParameters(archive, staged.frequency, staged.size, staged.dcRadius);
         vf_AcceptEntryCount(archive, loaded.gains().size(), staged.supportWidth, staged.samplesPerBin);
     }
-    vf_CommitLoad(archive, fields, staged);
-    vf_CommitLoad(archive, profile, loaded);
+    vf_CommitLoad(archive, fields, profile, staged, loaded);
 }

@@ -81,6 +81,5 @@ void vf_ArchiveGabor(vxArchive& archive, Fields& fields, vx_GainTable& patch) {
         vf_AcceptParameters(archive, staged.frequency, staged.size, staged.dcRadius);
         vf_AcceptEntryCount(archive, loaded.gains().size(), staged.supportWidth, staged.supportHeight);
     }
-    vf_CommitLoad(archive, fields, staged);
-    vf_CommitLoad(archive, patch, loaded);
+    vf_CommitLoad(archive, fields, patch, staged, loaded);
 }

@@ -10,12 +10,19 @@
 #include <memory>
 #include <utility>
 
-/// Puts `loaded` into `target`, with the way back should the rest of the object fail to load.
-template <class T>
-void vf_CommitLoad(vxArchive& archive, T& target, T& loaded) {
-    const auto other = std::make_shared<T>(std::move(loaded));
-    archive.onRollback([&target, other] { std::swap(target, *other); });
-    std::swap(target, *other);
+/// Puts what was loaded into a filter, with the way back should the rest of the object fail to load. Only the
+/// allocations can fail, before anything changes.
+template <class Fields>
+void vf_CommitLoad(vxArchive& archive, Fields& fields, vx_GainTable& table, const Fields& loadedFields,
+                   vx_GainTable& loadedTable) {
+    const auto other =
+        std::make_shared<std::pair<Fields, vx_GainTable>>(loadedFields, std::move(loadedTable));
+    const auto exchange = [&fields, &table, other] {
+        std::swap(fields, other->first);
+        std::swap(table, other->second);
+    };
+    archive.onRollback(exchange);
+    exchange();
 }
 
 /// Stores whether there is a table, and its gains; or loads them. Returns the loaded table.
