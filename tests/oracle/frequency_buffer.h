@@ -2,6 +2,8 @@
 /// The frequency buffer transcribed step by step on plain fields, slow and without care for memory.
 #pragma once
 
+#include "kavstd/radian.h"
+
 #include <cmath>
 #include <vector>
 
@@ -153,23 +155,19 @@ struct FrequencyBuffer {
     enum Part { real, imaginary, magnitude, phase };
 
     static double value(Part part, float re, float im) {
-        const double fullCircle = 6.283185307179586476925286766559;
         switch (part) {
         case real:
             return static_cast<double>(re);
         case imaginary:
             return static_cast<double>(im);
         case magnitude: {
-            const float squares = re * re + im * im;
+            const float squareRe = re * re;
+            const float squareIm = im * im;
+            const float squares = squareRe + squareIm;
             return static_cast<double>(std::sqrt(squares));
         }
-        default: {
-            double angle = std::atan2(static_cast<double>(im), static_cast<double>(re));
-            if (angle < 0.0) {
-                angle = angle + fullCircle;
-            }
-            return angle >= fullCircle ? 0.0 : angle;
-        }
+        default:
+            return vxRadian(std::atan2(static_cast<double>(im), static_cast<double>(re))).norm().toDouble();
         }
     }
 
