@@ -60,6 +60,11 @@ inline void* allocateOrThrow(std::size_t size, std::size_t alignment) {
     throw std::bad_alloc();
 }
 
+/// Not inlined: the optimiser would see the free of something that it did not see come from malloc, and warn.
+[[gnu::noinline]] inline void release(void* memory) noexcept {
+    std::free(memory);
+}
+
 /// For its life, counts this thread's allocations and, if asked to, makes one of them, or that one and all
 /// after it, throw std::bad_alloc. Scopes do not nest.
 class Scope {
@@ -133,38 +138,38 @@ void* operator new[](std::size_t size, std::align_val_t alignment, const std::no
     return failing_allocation::allocate(size, static_cast<std::size_t>(alignment));
 }
 void operator delete(void* memory) noexcept {
-    std::free(memory);
+    failing_allocation::release(memory);
 }
 void operator delete[](void* memory) noexcept {
-    std::free(memory);
+    failing_allocation::release(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
+    failing_allocation::release(memory);
 }
 void operator delete[](void* memory, std::size_t) noexcept {
-    std::free(memory);
+    failing_allocation::release(memory);
 }
 void operator delete(void* memory, std::align_val_t) noexcept {
-    std::free(memory);
+    failing_allocation::release(memory);
 }
 void operator delete[](void* memory, std::align_val_t) noexcept {
-    std::free(memory);
+    failing_allocation::release(memory);
 }
 void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
-    std::free(memory);
+    failing_allocation::release(memory);
 }
 void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept {
-    std::free(memory);
+    failing_allocation::release(memory);
 }
 void operator delete(void* memory, const std::nothrow_t&) noexcept {
-    std::free(memory);
+    failing_allocation::release(memory);
 }
 void operator delete[](void* memory, const std::nothrow_t&) noexcept {
-    std::free(memory);
+    failing_allocation::release(memory);
 }
 void operator delete(void* memory, std::align_val_t, const std::nothrow_t&) noexcept {
-    std::free(memory);
+    failing_allocation::release(memory);
 }
 void operator delete[](void* memory, std::align_val_t, const std::nothrow_t&) noexcept {
-    std::free(memory);
+    failing_allocation::release(memory);
 }
