@@ -8,17 +8,18 @@
 
 #include <bit>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <limits>
 #include <memory>
 #include <random>
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <type_traits>
 #include <typeinfo>
-#include <vector>
+#include <utility>
 
 namespace {
 
@@ -411,28 +412,6 @@ TEST(CacheTest, AFailedStoreLeavesItAsItWas) {
                                                });
     EXPECT_GT(failures, 0);
     EXPECT_FALSE(cache.isLinear());
-}
-
-TEST(CacheTest, MayBeReadAndCopiedFromSeveralThreads) {
-    vx2XformCache held;
-    held.xform(vx2XformLinear(someXform));
-    const vx2XformCache& shared = held;
-    const vx2XformCache identity;
-    const auto read = [&shared, &identity](bool& right) {
-        right = true;
-        for (int i = 0; i < 10000; ++i) {
-            const vx2XformCache copy(shared);
-            right = right && copy.linearXform() == someXform && identity.linearXform() == vxXform<2>();
-        }
-    };
-    bool right[3] = {};
-    {
-        std::vector<std::jthread> threads;
-        for (bool& mine : right) {
-            threads.emplace_back(read, std::ref(mine));
-        }
-    }
-    EXPECT_TRUE(right[0] && right[1] && right[2]);
 }
 
 vx2XformCache& staticCache() {
