@@ -17,6 +17,7 @@ const vx_Instantiator badGeometryExemplar(typeid(vx_PelBuffer::BadGeometry), vx_
 
 constexpr std::size_t maxBytes = PTRDIFF_MAX;
 constexpr auto maxLong = static_cast<std::size_t>(std::numeric_limits<long>::max());
+static_assert(maxLong <= std::numeric_limits<std::size_t>::max() / 2);
 
 /// Where a coordinate lies after another one; exact although the difference may be beyond a long.
 unsigned long distance(long from, long to) noexcept {
@@ -27,18 +28,10 @@ unsigned long magnitude(long value) noexcept {
     return value < 0 ? distance(value, 0) : distance(0, value);
 }
 
-/// Whether [from, from + size) covers `size` coordinates from `start` on, in unlimited integers.
+/// Whether [from, from + extent) covers `size` coordinates from `start` on, in unlimited integers.
 bool covers(long from, long extent, long start, long size) noexcept {
     return size >= 1 && size <= extent && start >= from &&
            distance(from, start) <= static_cast<unsigned long>(extent - size);
-}
-
-/// Pels per row of a new image: the width, rounded up so that each row starts at a multiple of the alignment.
-std::size_t paddedWidth(std::size_t width, std::size_t pelsPerStep) {
-    if (width > maxLong - (pelsPerStep - 1)) {
-        throw std::length_error("vxPelBuffer: row too long");
-    }
-    return (width + pelsPerStep - 1) / pelsPerStep * pelsPerStep;
 }
 
 std::shared_ptr<void> allocateZeros(std::size_t size, std::size_t alignment) {
@@ -57,10 +50,11 @@ void vx_PelBuffer::allocate(long width, long height, long alignment, std::size_t
     if (alignment < 1 || !std::has_single_bit(static_cast<unsigned long>(alignment))) {
         throw BadGeometry("Alignment must be a power of 2.");
     }
-    // A row starts at a whole pel in any case.
+    // A row starts at a whole pel in any case. Two longs, so the sum below cannot wrap.
     const std::size_t step = std::max(static_cast<std::size_t>(alignment), pelSize);
-    const std::size_t rowPels = paddedWidth(static_cast<std::size_t>(width), step / pelSize);
-    if (rowPels > maxBytes / pelSize / static_cast<std::size_t>(height)) {
+    const std::size_t stepPels = step / pelSize;
+    const std::size_t rowPels = (static_cast<std::size_t>(width) + stepPels - 1) / stepPels * stepPels;
+    if (rowPels > std::min(maxLong, maxBytes / pelSize / static_cast<std::size_t>(height))) {
         throw std::length_error("vxPelBuffer: image too large");
     }
     owner_ = allocateZeros(rowPels * static_cast<std::size_t>(height) * pelSize, step);
