@@ -200,6 +200,60 @@ inline oracle::Spectrum randomSpectrum(Random& random, long sourceWidth, long so
     return s;
 }
 
+/// A spectrum of any size, whether or not a kernel can do it.
+inline oracle::Spectrum rawSpectrum(long width, long height, long sourceWidth, long sourceHeight) {
+    oracle::Spectrum s;
+    s.width = width;
+    s.height = height;
+    s.sourceWidth = sourceWidth;
+    s.sourceHeight = sourceHeight;
+    s.data.assign(static_cast<std::size_t>(width * height * 2), 0.5F);
+    return s;
+}
+
+/// Source sizes, square or not, padded or not.
+inline const std::vector<vxPair<long>>& someSizes() {
+    static const std::vector<vxPair<long>> sizes{{1, 1}, {1, 5}, {5, 1},   {2, 1},   {1, 2},  {2, 2},
+                                                 {3, 5}, {4, 4}, {8, 4},   {4, 8},   {7, 9},  {16, 16},
+                                                 {2, 8}, {8, 2}, {33, 20}, {17, 64}, {64, 1}, {1, 100}};
+    return sizes;
+}
+
+/// Spectra in every state: plain, at an offset, masked, consumed, cropped to a smaller source size, without a
+/// source.
+inline std::vector<oracle::Spectrum> someSpectra(Random& random) {
+    std::vector<oracle::Spectrum> spectra;
+    for (const vxPair<long>& size : someSizes()) {
+        spectra.push_back(randomSpectrum(random, size.x(), size.y()));
+    }
+    for (const vxPair<long>& band :
+         {vxPair<long>(9, 12), vxPair<long>(-3, 5), vxPair<long>(lowest, highest)}) {
+        for (const long width : {16L, 9L, 40L}) {
+            oracle::Spectrum masked = randomSpectrum(random, width, 13);
+            masked.masked = 1;
+            masked.maskedMiny = band.x();
+            masked.maskedMaxy = band.y();
+            spectra.push_back(masked);
+        }
+    }
+    oracle::Spectrum consumed = randomSpectrum(random, 5, 6);
+    consumed.inverseComputed = true;
+    spectra.push_back(consumed);
+    consumed.offsetX = -4;
+    consumed.offsetY = highest;
+    spectra.push_back(consumed);
+    oracle::Spectrum cropped = randomSpectrum(random, 64, 32);
+    cropped.sourceWidth = 25;
+    cropped.sourceHeight = 9;
+    spectra.push_back(cropped);
+    cropped.inverseComputed = true;
+    spectra.push_back(cropped);
+    cropped.sourceWidth = 0;
+    cropped.sourceHeight = -3;
+    spectra.push_back(cropped);
+    return spectra;
+}
+
 /// Where windows may lie: at the origin, around it, and at the ends of `long`.
 inline const std::vector<vxPair<long>>& someOffsets() {
     static const std::vector<vxPair<long>> offsets{

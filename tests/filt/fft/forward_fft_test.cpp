@@ -14,10 +14,6 @@ using Defs = vxFrequencyDefs;
 
 namespace {
 
-const std::vector<vxPair<long>> sizes{{1, 1},   {1, 5},   {5, 1}, {2, 1}, {1, 2},  {2, 2},
-                                      {3, 5},   {4, 4},   {8, 4}, {4, 8}, {7, 9},  {16, 16},
-                                      {33, 20}, {17, 64}, {2, 8}, {8, 2}, {64, 1}, {1, 100}};
-
 // A buffer whose every field the transform has to set: masked, consumed, with samples, transform and offset.
 void loadUsed(Random& random, long width, long height, vxFrequencyBuffer& buffer) {
     State state{randomSpectrum(random, width, height), someXform(-7), true};
@@ -39,7 +35,7 @@ TYPED_TEST_SUITE(ForwardFFT, Pels);
 
 TYPED_TEST(ForwardFFT, OfOneImageMatchesTheTranscription) {
     using T = TypeParam;
-    for (const vxPair<long>& size : sizes) {
+    for (const vxPair<long>& size : someSizes()) {
         for (const vxPair<long>& offset : someOffsets()) {
             auto image = randomImage<T>(this->random, size.x(), size.y(), offset);
             image.copyXforms(someXform(3));
@@ -57,7 +53,7 @@ TYPED_TEST(ForwardFFT, OfOneImageMatchesTheTranscription) {
 
 TYPED_TEST(ForwardFFT, OfTwoImagesMatchesTheTranscription) {
     using T = TypeParam;
-    for (const vxPair<long>& size : sizes) {
+    for (const vxPair<long>& size : someSizes()) {
         for (const vxPair<long>& offset : someOffsets()) {
             auto real = randomImage<T>(this->random, size.x(), size.y(), offset);
             auto imaginary = bottomUpImage<T>(this->random, size.x(), size.y(), offset);
@@ -298,32 +294,6 @@ TEST(ForwardFFTOfConstants, AreTheirSum) {
     }
 }
 
-// Spectra in every state: plain, masked, consumed, at an offset, cropped to a smaller source size.
-std::vector<oracle::Spectrum> someSpectra(Random& random) {
-    std::vector<oracle::Spectrum> spectra;
-    for (const vxPair<long>& size : sizes) {
-        spectra.push_back(randomSpectrum(random, size.x(), size.y()));
-    }
-    oracle::Spectrum masked = randomSpectrum(random, 16, 13);
-    masked.masked = 1;
-    masked.maskedMiny = 9;
-    masked.maskedMaxy = 12;
-    spectra.push_back(masked);
-    oracle::Spectrum consumed = randomSpectrum(random, 5, 6);
-    consumed.inverseComputed = true;
-    consumed.offsetX = -4;
-    consumed.offsetY = highest;
-    spectra.push_back(consumed);
-    oracle::Spectrum cropped = randomSpectrum(random, 64, 32);
-    cropped.sourceWidth = 25;
-    cropped.sourceHeight = 9;
-    spectra.push_back(cropped);
-    cropped.sourceWidth = 0;
-    cropped.sourceHeight = -3;
-    spectra.push_back(cropped);
-    return spectra;
-}
-
 TEST(ForwardFFTOfBuffers, MatchesTheTranscription) {
     Random random(8);
     for (const oracle::Spectrum& s : someSpectra(random)) {
@@ -360,17 +330,6 @@ TEST(ForwardFFTOfBuffers, OfAMaskedBufferIsUnmasked) {
     vfForwardFFT(source, destination);
     EXPECT_EQ(0, stateOf(destination).spectrum.masked);
     EXPECT_EQ(1, stateOf(source).spectrum.masked);
-}
-
-// A buffer of any size, with small sample numbers.
-oracle::Spectrum rawSpectrum(long width, long height, long sourceWidth, long sourceHeight) {
-    oracle::Spectrum s;
-    s.width = width;
-    s.height = height;
-    s.sourceWidth = sourceWidth;
-    s.sourceHeight = sourceHeight;
-    s.data.assign(static_cast<std::size_t>(width * height * 2), 0.5F);
-    return s;
 }
 
 TEST(ForwardFFTOfBuffers, RefusesBeforeAnythingChanges) {
