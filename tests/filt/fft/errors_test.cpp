@@ -179,8 +179,9 @@ TYPED_TEST(ErrorClass, isRebuiltThroughTheRegistry) {
     EXPECT_NE(bytes.find(nameOf<TypeParam>), std::string::npos);
     const std::unique_ptr<vxPersistent> rebuilt = loaded(bytes);
     ASSERT_NE(rebuilt, nullptr);
-    ASSERT_EQ(typeid(*rebuilt), typeid(TypeParam));
-    EXPECT_EQ(messageOf(dynamic_cast<TypeParam&>(*rebuilt)), "survives");
+    const vxPersistent& object = *rebuilt;
+    ASSERT_EQ(typeid(object), typeid(TypeParam));
+    EXPECT_EQ(messageOf(dynamic_cast<const TypeParam&>(object)), "survives");
 }
 
 TYPED_TEST(ErrorClass, emptyMessageIsRebuilt) {
