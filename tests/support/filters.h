@@ -13,9 +13,15 @@
 #include <functional>
 #include <sstream>
 #include <string>
+#include <typeinfo>
 #include <vector>
 
 namespace support {
+
+/// The object's own class.
+inline const std::type_info& typeOf(const vxPersistent& object) {
+    return typeid(object);
+}
 
 inline std::string storeObject(vxPersistent& object) {
     std::ostringstream stream;

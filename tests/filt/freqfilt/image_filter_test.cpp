@@ -176,7 +176,7 @@ TEST(ImageFilter, CopiesAreEqualAndIndependent) {
     Filter assigned(filled(2, 2, 1));
     assigned = filter;
     const std::unique_ptr<vxFrequencyFilter> clone(filter.clone());
-    EXPECT_EQ(typeid(*clone), typeid(vxFrequencyFilterImage));
+    EXPECT_EQ(support::typeOf(*clone), typeid(vxFrequencyFilterImage));
     Filter& self = filter;
     filter = self;
     for (vxPersistent* object :
@@ -220,7 +220,7 @@ TEST(ImageFilter, ArchiveRoundTrip) {
     const std::string pointer = support::storePointer(&plain);
     EXPECT_NE(pointer.find("vxFrequencyFilterImage"), std::string::npos);
     const std::unique_ptr<vxPersistent> object(support::loadPointer(pointer));
-    ASSERT_EQ(typeid(*object), typeid(vxFrequencyFilterImage));
+    ASSERT_EQ(support::typeOf(*object), typeid(vxFrequencyFilterImage));
     EXPECT_TRUE(dynamic_cast<vxFrequencyFilterImage&>(*object) == plain);
 }
 

@@ -305,7 +305,7 @@ TYPED_TEST(TableFilter, CopiesAreEqualAndIndependent) {
     Opened<TypeParam> replaced(Parameters{.sigma = 0.2, .width = 64});
     replaced = filter;
     const std::unique_ptr<vxFrequencyFilter> clone(filter.clone());
-    EXPECT_EQ(typeid(*clone), typeid(typename TypeParam::Filter));
+    EXPECT_EQ(support::typeOf(*clone), typeid(typename TypeParam::Filter));
     const std::string bytes = storeObject(filter);
     for (vxPersistent* object :
          {static_cast<vxPersistent*>(&copy), static_cast<vxPersistent*>(&assigned),
@@ -616,7 +616,7 @@ TYPED_TEST(TableFilter, ArchiveByPointer) {
     const std::string bytes = support::storePointer(&filter);
     EXPECT_NE(bytes.find(TypeParam::typeName), std::string::npos);
     const std::unique_ptr<vxPersistent> loaded(support::loadPointer(bytes));
-    ASSERT_EQ(typeid(*loaded), typeid(Filter));
+    ASSERT_EQ(support::typeOf(*loaded), typeid(Filter));
     EXPECT_TRUE(dynamic_cast<Filter&>(*loaded) == filter);
     for (std::size_t length = 0; length < bytes.size(); ++length) {
         EXPECT_THROW(support::loadPointer(bytes.substr(0, length)), vxArchive::EndOfData) << length;
