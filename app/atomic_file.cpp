@@ -28,13 +28,19 @@ namespace fs = std::filesystem;
 fs::path resolved(fs::path path) {
     constexpr int mostLinks = 40;
     std::error_code error;
-    for (int i = 0; i < mostLinks && fs::is_symlink(fs::symlink_status(path, error)); ++i)
+    for (int i = 0; i < mostLinks && fs::is_symlink(fs::symlink_status(path, error)); ++i) {
         path = path.parent_path() / fs::read_symlink(path, error);
+    }
     return path;
 }
 
 fs::path folderOf(const fs::path& path) {
     return path.has_parent_path() ? path.parent_path() : fs::path(".");
+}
+
+// With the rights that opening the file will have.
+bool mayUse(const fs::path& path, int mode) {
+    return ::faccessat(AT_FDCWD, path.c_str(), mode, AT_EACCESS) == 0;
 }
 
 // A file that is removed again unless it was renamed.
@@ -47,15 +53,18 @@ public:
                 ".kavfilt-" + std::to_string(::getpid()) + "-" + std::to_string(attempt) + ".tmp";
             path_ = folderOf(target) / name;
             descriptor_ = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-            if (descriptor_ < 0 && errno != EEXIST && errno != EINTR)
+            if (descriptor_ < 0 && errno != EEXIST && errno != EINTR) {
                 failWithErrno(shownAs_);
+            }
         }
     }
     ~TemporaryFile() {
-        if (descriptor_ >= 0)
+        if (descriptor_ >= 0) {
             ::close(descriptor_);
-        if (!path_.empty())
+        }
+        if (!path_.empty()) {
             ::unlink(path_.c_str());
+        }
     }
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
@@ -65,39 +74,46 @@ public:
         while (!bytes.empty()) {
             vxAttention::check();
             const ssize_t written = ::write(descriptor_, bytes.data(), std::min(bytes.size(), chunk));
-            if (written < 0 && errno != EINTR)
+            if (written < 0 && errno != EINTR) {
                 failWithErrno(shownAs_);
+            }
             bytes = bytes.subspan(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
         }
     }
 
     void takePermissionsOf(const fs::path& existing) {
         struct stat status {};
-        if (::stat(existing.c_str(), &status) == 0 && ::fchmod(descriptor_, status.st_mode & 0777) != 0)
+        if (::stat(existing.c_str(), &status) == 0 && ::fchmod(descriptor_, status.st_mode & 0777) != 0) {
             failWithErrno(shownAs_);
+        }
     }
 
     void flush() {
-        if (::fsync(descriptor_) != 0)
+        if (::fsync(descriptor_) != 0) {
             failWithErrno(shownAs_);
+        }
         const int descriptor = descriptor_;
         descriptor_ = -1;
-        if (::close(descriptor) != 0 && errno != EINTR)
+        if (::close(descriptor) != 0 && errno != EINTR) {
             failWithErrno(shownAs_);
+        }
     }
 
     void replace(const fs::path& target) {
-        if (::rename(path_.c_str(), target.c_str()) != 0)
+        if (::rename(path_.c_str(), target.c_str()) != 0) {
             failWithErrno(shownAs_);
+        }
         path_.clear();
     }
 
     // Unlike a rename, a link refuses a file that somebody else has made meanwhile.
     void become(const fs::path& target) {
-        if (::link(path_.c_str(), target.c_str()) == 0)
+        if (::link(path_.c_str(), target.c_str()) == 0) {
             return; // The temporary name is removed with this object.
-        if (errno == EEXIST)
+        }
+        if (errno == EEXIST) {
             fail(shownAs_, "the file exists (--force overwrites it)");
+        }
         replace(target); // A file system without links.
     }
 
@@ -110,8 +126,9 @@ private:
 // The name itself is on the disk once its folder is. Best effort: the file is whole in any case.
 void flushFolder(const fs::path& folder) {
     const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor < 0)
+    if (descriptor < 0) {
         return;
+    }
     ::fsync(descriptor);
     ::close(descriptor);
 }
@@ -122,21 +139,27 @@ void checkWritable(const fs::path& path, Overwrite overwrite) {
     std::error_code error;
     const fs::path target = resolved(path);
     const fs::file_status status = fs::status(target, error);
-    if (fs::is_directory(status))
+    if (fs::is_directory(status)) {
         fail(path, "it is a directory");
+    }
     if (fs::exists(status)) {
-        if (overwrite == Overwrite::refuse)
+        if (overwrite == Overwrite::refuse) {
             fail(path, "the file exists (--force overwrites it)");
-        if (!fs::is_regular_file(status))
+        }
+        if (!fs::is_regular_file(status)) {
             fail(path, "it is not a regular file");
-        if (::access(target.c_str(), W_OK) != 0)
+        }
+        if (!mayUse(target, W_OK)) {
             failWithErrno(path);
+        }
     }
     const fs::path folder = folderOf(target);
-    if (::access(folder.c_str(), W_OK | X_OK) != 0)
+    if (!fs::is_directory(folder, error)) {
+        fail(path, std::strerror(fs::exists(folder, error) ? ENOTDIR : ENOENT));
+    }
+    if (!mayUse(folder, W_OK | X_OK)) {
         failWithErrno(path);
-    if (!fs::is_directory(folder, error))
-        fail(path, "its folder is not a directory");
+    }
 }
 
 void writeFile(const fs::path& path, std::span<const unsigned char> bytes, Overwrite overwrite) {
@@ -147,10 +170,11 @@ void writeFile(const fs::path& path, std::span<const unsigned char> bytes, Overw
     file.takePermissionsOf(target);
     file.flush();
     vxAttention::check(); // The last moment to leave the old file.
-    if (overwrite == Overwrite::force)
+    if (overwrite == Overwrite::force) {
         file.replace(target);
-    else
+    } else {
         file.become(target);
+    }
     flushFolder(folderOf(target));
 }
 

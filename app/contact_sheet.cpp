@@ -79,8 +79,18 @@ const char* rowsOf(char character) {
 
 void drawDot(vxPelBuffer<double>& pels, long left, long top, long scale, double grey) {
     for (long y = std::max(top, 0L); y < std::min(top + scale, pels.height()); ++y) {
-        for (long x = std::max(left, 0L); x < std::min(left + scale, pels.width()); ++x)
+        for (long x = std::max(left, 0L); x < std::min(left + scale, pels.width()); ++x) {
             pels.pointToRow(y)[x] = grey;
+        }
+    }
+}
+
+// Rows may be null: a blank.
+void drawGlyph(vxPelBuffer<double>& pels, long left, long top, const char* rows, long scale, double grey) {
+    for (long dot = 0; rows != nullptr && dot < glyphWidth * glyphHeight; ++dot) {
+        if (rows[dot] == '#') {
+            drawDot(pels, left + dot % glyphWidth * scale, top + dot / glyphWidth * scale, scale, grey);
+        }
     }
 }
 
@@ -101,12 +111,7 @@ std::string cut(const std::string& text, long width, long scale) {
 long drawText(vxPelBuffer<double>& pels, long x, long y, const std::string& text, long scale, double grey) {
     long left = x;
     for (const char character : text) {
-        if (const char* rows = rowsOf(character)) {
-            for (long dot = 0; dot < glyphWidth * glyphHeight; ++dot) {
-                if (rows[dot] == '#')
-                    drawDot(pels, left + dot % glyphWidth * scale, y + dot / glyphWidth * scale, scale, grey);
-            }
-        }
+        drawGlyph(pels, left, y, rowsOf(character), scale, grey);
         left += advance * scale;
     }
     return left - x;

@@ -18,8 +18,9 @@ void forEachPel(vxPelBuffer<double>& pels, const Map& map) {
 
 double median(const vxPelBuffer<double>& pels) {
     std::vector<double> values;
-    for (long y = 0; y < pels.height(); ++y)
+    for (long y = 0; y < pels.height(); ++y) {
         values.insert(values.end(), pels.pointToRow(y), pels.pointToRow(y) + pels.width());
+    }
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), middle, values.end());
     return *middle;

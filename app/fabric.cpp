@@ -70,10 +70,12 @@ Image fabricPicture() {
     Random random;
     std::vector<double> warp(side / pitch);
     std::vector<double> weft(side / pitch);
-    for (double& yarn : warp)
+    for (double& yarn : warp) {
         yarn = 1.5 * random.next();
-    for (double& yarn : weft)
+    }
+    for (double& yarn : weft) {
         yarn = 1.5 * random.next();
+    }
     Image picture;
     picture.name = "fabric";
     picture.pels = newPels(side, side);

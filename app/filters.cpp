@@ -37,13 +37,16 @@ void checkFilter(const FilterParameters& parameters) {
 Filter makeFilter(const FilterParameters& parameters, const vxPair<long>& size) {
     const auto* type = std::find_if(std::begin(types), std::end(types),
                                     [&parameters](const Type& t) { return t.name == parameters.type; });
-    if (type == std::end(types))
+    if (type == std::end(types)) {
         throw UsageError("there is no filter type " + parameters.type);
+    }
     // Wider than the whole spectrum makes no sense and only needs memory.
-    if (parameters.sigma > 1)
+    if (parameters.sigma > 1) {
         throw UsageError("Sigma must not be above 1.");
-    if (parameters.plateau > 1)
+    }
+    if (parameters.plateau > 1) {
         throw UsageError("Plateau must not be above 1.");
+    }
     try {
         return type->make(parameters, size);
     } catch (const vxFrequencyDefs::InvalidArgument& error) {
@@ -63,8 +66,9 @@ void applyFilter(const vxFrequencyFilter& filter, vxFrequencyBuffer& spectrum) {
 vxFrequencyBuffer gains(const vxFrequencyFilter& filter, const vxPair<long>& size) {
     vxFrequencyBuffer spectrum(size.x(), size.y());
     for (long y = 0; y < size.y(); ++y) {
-        for (long x = 0; x < size.x(); ++x)
+        for (long x = 0; x < size.x(); ++x) {
             spectrum.putReal(x, y, 1, false);
+        }
     }
     applyFilter(filter, spectrum);
     return spectrum;

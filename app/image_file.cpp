@@ -60,20 +60,25 @@ const Format& formatOf(const fs::path& path) {
     const auto* found =
         std::find_if(std::begin(formats), std::end(formats),
                      [&extension](const Format& format) { return format.extension == extension; });
-    if (found == std::end(formats))
+    if (found == std::end(formats)) {
         throw UsageError("cannot tell the format of " + path.string() +
                          ": the name must end in .png, .tif, .tiff or .pgm");
+    }
     return *found;
 }
 
 constexpr std::size_t largestPipe = std::size_t{256} << 20;
 
-struct Descriptor {
-    int value;
-    ~Descriptor() {
-        if (value >= 0)
-            ::close(value);
-    }
+class Descriptor {
+public:
+    explicit Descriptor(int value) : value_(value) {}
+    ~Descriptor() { ::close(value_); }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    [[nodiscard]] int value() const { return value_; }
+
+private:
+    int value_;
 };
 
 // A signal ends the wait for a pipe; the check then tells whether it was an interruption.
@@ -82,39 +87,45 @@ auto retried(const Call& call) {
     for (;;) {
         vxAttention::check();
         const auto result = call();
-        if (result >= 0)
+        if (result >= 0) {
             return result;
-        if (errno != EINTR)
+        }
+        if (errno != EINTR) {
             throw UnreadableError(std::strerror(errno));
+        }
     }
 }
 
 // A pipe cannot be sought in, so it is read whole first.
 std::string readPipe(const fs::path& path) {
-    const Descriptor pipe{retried([&path] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC); })};
+    const Descriptor pipe(retried([&path] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC); }));
     std::string bytes;
     std::vector<char> chunk(std::size_t{1} << 16);
-    while (const auto got = retried([&] { return ::read(pipe.value, chunk.data(), chunk.size()); })) {
+    while (const auto got = retried([&] { return ::read(pipe.value(), chunk.data(), chunk.size()); })) {
         bytes.append(chunk.data(), static_cast<std::size_t>(got));
-        if (bytes.size() > largestPipe)
+        if (bytes.size() > largestPipe) {
             throw UnreadableError("the pipe holds more than 256 MiB");
+        }
     }
     return bytes;
 }
 
 Image readAnyFile(const fs::path& path) {
     const fs::file_status status = fs::status(path);
-    if (fs::is_directory(status))
+    if (fs::is_directory(status)) {
         throw UnreadableError("it is a directory");
-    if (!fs::exists(status))
+    }
+    if (!fs::exists(status)) {
         throw UnreadableError("no such file");
+    }
     if (!fs::is_regular_file(status)) {
         std::istringstream bytes(readPipe(path));
         return readImage(bytes);
     }
     std::ifstream file(path, std::ios::binary);
-    if (!file)
+    if (!file) {
         throw UnreadableError(std::strerror(errno));
+    }
     return readImage(file);
 }
 
@@ -126,11 +137,13 @@ Image readImage(std::istream& file) {
     const std::string_view begin(start, static_cast<std::size_t>(file.gcount()));
     file.clear();
     file.seekg(0);
-    if (begin.empty())
+    if (begin.empty()) {
         throw UnreadableError("the file is empty");
+    }
     for (const Signature& signature : signatures) {
-        if (begin.starts_with(signature.start))
+        if (begin.starts_with(signature.start)) {
             return signature.read(file);
+        }
     }
     throw UnreadableError("not a PNG, TIFF or PGM image");
 }
@@ -153,9 +166,10 @@ void checkFormat(const fs::path& path) {
 
 void checkFormat(const fs::path& path, Depth depth) {
     const Format& format = formatOf(path);
-    if (!traits(depth).isInteger && !format.holdsFloats)
+    if (!traits(depth).isInteger && !format.holdsFloats) {
         throw UsageError("a " + std::string(format.name) + " file cannot hold " + traits(depth).name +
                          " pels (" + path.string() + "): choose --depth 8 or 16, or a .tif file");
+    }
 }
 
 void writeImage(const fs::path& path, const Image& image, Overwrite overwrite) {

@@ -12,8 +12,9 @@ static void onSignal(int signal) {
 }
 
 void throwIfInterrupted() {
-    if (pendingSignal != 0)
+    if (pendingSignal != 0) {
         throw Interrupted(pendingSignal);
+    }
 }
 
 // Without SA_RESTART, so that a read that waits for a pipe ends too.
@@ -22,8 +23,9 @@ void install(int signal, struct sigaction& previous) {
     action.sa_handler = onSignal;
     sigemptyset(&action.sa_mask);
     sigaction(signal, nullptr, &previous);
-    if (previous.sa_handler != SIG_IGN)
+    if (previous.sa_handler != SIG_IGN) {
         sigaction(signal, &action, nullptr);
+    }
 }
 
 } // namespace

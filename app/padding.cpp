@@ -39,8 +39,9 @@ vxPelBuffer<double> mirrorPadded(const vxPelBuffer_const<double>& image) {
         vxAttention::check();
         extend(padded.pointToRow(y), 1, image.width(), size.x());
     }
-    for (long x = 0; x < size.x(); ++x)
+    for (long x = 0; x < size.x(); ++x) {
         extend(padded.pointToOffset() + x, padded.rowUpdate(), image.height(), size.y());
+    }
     return padded;
 }
 

@@ -22,57 +22,69 @@ bool isDigit(int c) {
 // A comment runs from # to the end of its line and counts as the white space that ends it.
 int getOutsideComments(std::istream& file) {
     int c = file.get();
-    if (c != '#')
+    if (c != '#') {
         return c;
-    while (c != '\n' && c != '\r' && c != endOfFile)
+    }
+    while (c != '\n' && c != '\r' && c != endOfFile) {
         c = file.get();
+    }
     return c;
 }
 
 // A decimal number and the one character of white space behind it (or the end of the file).
 unsigned long readNumber(std::istream& file, const char* what, unsigned long largest) {
     int c = getOutsideComments(file);
-    while (isSpace(c))
+    while (isSpace(c)) {
         c = getOutsideComments(file);
-    if (c == endOfFile)
+    }
+    if (c == endOfFile) {
         throw UnreadableError(std::string("PGM: the file ends before the ") + what);
+    }
     unsigned long value = 0;
     for (; isDigit(c); c = getOutsideComments(file)) {
         value = value * 10 + static_cast<unsigned long>(c - '0');
-        if (value > largest)
+        if (value > largest) {
             throw UnreadableError(std::string("PGM: the ") + what + " is above " + std::to_string(largest));
+        }
     }
-    if (!isSpace(c) && c != endOfFile)
+    if (!isSpace(c) && c != endOfFile) {
         throw UnreadableError(std::string("PGM: the ") + what + " is not a number");
+    }
     return value;
 }
 
 // Rows of big-endian samples of one or two bytes.
 void readRawRow(std::istream& file, std::vector<unsigned char>& bytes, std::size_t sampleBytes, double* row) {
-    if (!file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size())))
+    if (!file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()))) {
         throw UnreadableError("PGM: the file ends within the pels");
-    for (std::size_t i = 0; i < bytes.size() / sampleBytes; ++i)
+    }
+    for (std::size_t i = 0; i < bytes.size() / sampleBytes; ++i) {
         row[i] = sampleBytes == 1 ? bytes[i] : bytes[2 * i] * 256 + bytes[2 * i + 1];
+    }
 }
 
 void readPlainRow(std::istream& file, long width, double* row) {
-    for (long x = 0; x < width; ++x)
+    for (long x = 0; x < width; ++x) {
         row[x] = static_cast<double>(readNumber(file, "pel", 65535));
+    }
 }
 
 void scaleRow(double* row, long width, double from, double to) {
     for (long x = 0; x < width; ++x) {
-        if (row[x] > from)
+        if (row[x] > from) {
             throw UnreadableError("PGM: a pel is above the maximal value");
-        if (from < to)
+        }
+        if (from < to) {
             row[x] = std::floor(row[x] * to / from + 0.5);
+        }
     }
 }
 
 bool hasMore(std::istream& file) {
     int c = getOutsideComments(file);
-    while (isSpace(c))
+    while (isSpace(c)) {
         c = getOutsideComments(file);
+    }
     return c != endOfFile;
 }
 
@@ -81,14 +93,16 @@ bool hasMore(std::istream& file) {
 Image readPgm(std::istream& file) {
     const int magic = file.get();
     const int kind = file.get();
-    if (magic != 'P' || (kind != '2' && kind != '5') || isDigit(file.peek()))
+    if (magic != 'P' || (kind != '2' && kind != '5') || isDigit(file.peek())) {
         throw UnreadableError("not a PGM file");
+    }
     constexpr unsigned long anySize = 0xffffffff; // Sizes above the limit are refused with the size.
     const unsigned long width = readNumber(file, "width", anySize);
     const unsigned long height = readNumber(file, "height", anySize);
     const unsigned long maximum = readNumber(file, "maximal value", 65535);
-    if (maximum == 0)
+    if (maximum == 0) {
         throw UnreadableError("PGM: the maximal value is 0");
+    }
 
     Image image;
     image.format = "PGM";
@@ -100,17 +114,20 @@ Image readPgm(std::istream& file) {
     for (long y = 0; y < image.pels.height(); ++y) {
         vxAttention::check();
         double* row = image.pels.pointToRow(y);
-        if (kind == '5')
+        if (kind == '5') {
             readRawRow(file, bytes, sampleBytes, row);
-        else
+        } else {
             readPlainRow(file, image.pels.width(), row);
+        }
         scaleRow(row, image.pels.width(), static_cast<double>(maximum), white);
     }
-    if (static_cast<double>(maximum) < white)
+    if (static_cast<double>(maximum) < white) {
         image.notes.push_back("pels are scaled from 0 .. " + std::to_string(maximum) + " to 0 .. " +
                               std::to_string(static_cast<long>(white)));
-    if (hasMore(file))
+    }
+    if (hasMore(file)) {
         image.notes.emplace_back("what follows the first image is left out");
+    }
     return image;
 }
 
@@ -124,8 +141,9 @@ std::vector<unsigned char> encodePgm(const Image& image) {
         const double* row = pels.pointToRow(y);
         for (long x = 0; x < pels.width(); ++x) {
             const unsigned long value = quantize(row[x], image.depth);
-            if (image.depth == Depth::bits16)
+            if (image.depth == Depth::bits16) {
                 bytes.push_back(static_cast<unsigned char>(value >> 8));
+            }
             bytes.push_back(static_cast<unsigned char>(value & 255));
         }
     }

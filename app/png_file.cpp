@@ -34,8 +34,9 @@ static void onPngWarning(png_structp, png_const_charp) {}
 
 static void onPngRead(png_structp png, png_bytep to, std::size_t size) {
     std::istream& file = *static_cast<Session*>(png_get_io_ptr(png))->file;
-    if (!file.read(reinterpret_cast<char*>(to), static_cast<std::streamsize>(size)))
+    if (!file.read(reinterpret_cast<char*>(to), static_cast<std::streamsize>(size))) {
         png_error(png, "the file ends early");
+    }
 }
 
 } // extern "C"
@@ -52,8 +53,9 @@ bool append(std::vector<unsigned char>& bytes, const unsigned char* from, std::s
 extern "C" {
 
 static void onPngWrite(png_structp png, png_bytep from, std::size_t size) {
-    if (!append(*static_cast<Session*>(png_get_io_ptr(png))->bytes, from, size))
+    if (!append(*static_cast<Session*>(png_get_io_ptr(png))->bytes, from, size)) {
         png_error(png, "out of memory");
+    }
 }
 
 static void onPngFlush(png_structp) {}
@@ -63,8 +65,9 @@ static void onPngFlush(png_structp) {}
 // False when libpng reported an error. The step and what it calls hold nothing that has a destructor.
 template <class Step>
 bool guarded(png_structp png, const Step& step) {
-    if (setjmp(png_jmpbuf(png)) != 0)
+    if (setjmp(png_jmpbuf(png)) != 0) {
         return false;
+    }
     step();
     return true;
 }
@@ -74,16 +77,18 @@ public:
     explicit Reader(std::istream& file) {
         session_.file = &file;
         png_ = png_create_read_struct(PNG_LIBPNG_VER_STRING, &session_, onPngError, onPngWarning);
-        if (png_ != nullptr)
+        if (png_ != nullptr) {
             info_ = png_create_info_struct(png_);
+        }
     }
     ~Reader() { png_destroy_read_struct(&png_, &info_, nullptr); }
     Reader(const Reader&) = delete;
     Reader& operator=(const Reader&) = delete;
 
     Image read() {
-        if (info_ == nullptr)
+        if (info_ == nullptr) {
             throw std::bad_alloc();
+        }
         readHeader();
         Image image;
         image.format = "PNG";
@@ -93,16 +98,18 @@ public:
         readRows();
         image.depth = png_get_bit_depth(png_, info_) == 16 ? Depth::bits16 : Depth::bits8;
         const bool colour = png_get_channels(png_, info_) == 3;
-        for (long y = 0; y < image.pels.height(); ++y)
+        for (long y = 0; y < image.pels.height(); ++y) {
             convertRow(rows_.data() + static_cast<std::size_t>(y) * rowBytes_, colour, image, y);
+        }
         return image;
     }
 
 private:
     template <class Step>
     void run(const Step& step) {
-        if (!guarded(png_, step))
+        if (!guarded(png_, step)) {
             throw UnreadableError(std::string("PNG: ") + session_.reason);
+        }
     }
 
     void readHeader() {
@@ -116,22 +123,27 @@ private:
 
     void addNotes(Image& image) const {
         const int type = png_get_color_type(png_, info_);
-        if ((type & PNG_COLOR_MASK_COLOR) != 0)
+        if ((type & PNG_COLOR_MASK_COLOR) != 0) {
             image.notes.emplace_back("colour is converted to luminance");
-        if ((type & PNG_COLOR_MASK_ALPHA) != 0 || png_get_valid(png_, info_, PNG_INFO_tRNS) != 0)
+        }
+        if ((type & PNG_COLOR_MASK_ALPHA) != 0 || png_get_valid(png_, info_, PNG_INFO_tRNS) != 0) {
             image.notes.emplace_back("transparency is left out");
-        if (type == PNG_COLOR_TYPE_GRAY && png_get_bit_depth(png_, info_) < 8)
+        }
+        if (type == PNG_COLOR_TYPE_GRAY && png_get_bit_depth(png_, info_) < 8) {
             image.notes.push_back(std::to_string(png_get_bit_depth(png_, info_)) +
                                   "-bit pels are scaled to 0 .. 255");
+        }
     }
 
     // Any file becomes rows of one or three samples of 8 or 16 bits.
     void startRows() {
         run([this] {
-            if (png_get_color_type(png_, info_) == PNG_COLOR_TYPE_PALETTE)
+            if (png_get_color_type(png_, info_) == PNG_COLOR_TYPE_PALETTE) {
                 png_set_palette_to_rgb(png_);
-            if (png_get_bit_depth(png_, info_) < 8)
+            }
+            if (png_get_bit_depth(png_, info_) < 8) {
                 png_set_expand_gray_1_2_4_to_8(png_);
+            }
             png_set_strip_alpha(png_);
             passes_ = png_set_interlace_handling(png_);
             png_read_update_info(png_, info_);
@@ -178,16 +190,18 @@ public:
     explicit Writer(std::vector<unsigned char>& bytes) {
         session_.bytes = &bytes;
         png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, &session_, onPngError, onPngWarning);
-        if (png_ != nullptr)
+        if (png_ != nullptr) {
             info_ = png_create_info_struct(png_);
+        }
     }
     ~Writer() { png_destroy_write_struct(&png_, &info_); }
     Writer(const Writer&) = delete;
     Writer& operator=(const Writer&) = delete;
 
     void write(const Image& image) {
-        if (info_ == nullptr)
+        if (info_ == nullptr) {
             throw std::bad_alloc();
+        }
         const int bits = image.depth == Depth::bits16 ? 16 : 8;
         const png_uint_32 width = static_cast<png_uint_32>(image.pels.width());
         const png_uint_32 height = static_cast<png_uint_32>(image.pels.height());
@@ -203,8 +217,9 @@ public:
             row.clear();
             for (long x = 0; x < image.pels.width(); ++x) {
                 const unsigned long value = quantize(image.pels.pointToRow(y)[x], image.depth);
-                if (bits == 16)
+                if (bits == 16) {
                     row.push_back(static_cast<unsigned char>(value >> 8));
+                }
                 row.push_back(static_cast<unsigned char>(value & 255));
             }
             const unsigned char* pels = row.data();
@@ -216,8 +231,9 @@ public:
 private:
     template <class Step>
     void run(const Step& step) {
-        if (!guarded(png_, step))
+        if (!guarded(png_, step)) {
             throw WriteError(std::string("PNG: ") + session_.reason);
+        }
     }
 
     Session session_;

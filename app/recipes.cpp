@@ -20,10 +20,11 @@ constexpr double noise = 1e-6;
 
 double largestPel(const Image& image) {
     const PelStatistics pels = statistics(image.pels);
-    if (pels.notFinite > 0)
+    if (pels.notFinite > 0) {
         throw UnreadableError("cannot transform " + image.name + ": the pel at (" +
                               std::to_string(pels.notFiniteAt.x()) + ", " +
                               std::to_string(pels.notFiniteAt.y()) + ") is not a finite number");
+    }
     return std::max(std::abs(pels.minimum), std::abs(pels.maximum));
 }
 
@@ -38,8 +39,9 @@ bool passesMean(const vxFrequencyFilter& filter, const vxPair<long>& size) {
 template <class T>
 vxPelBuffer<double> widened(const vxPelBuffer_const<T>& pels) {
     vxPelBuffer<double> result(pels.width(), pels.height());
-    for (long y = 0; y < pels.height(); ++y)
+    for (long y = 0; y < pels.height(); ++y) {
         std::copy_n(pels.pointToRow(y), pels.width(), result.pointToRow(y));
+    }
     return result;
 }
 
@@ -63,8 +65,9 @@ vxPelBuffer<double> readRaw(vxFrequencyBuffer& spectrum, Depth depth, bool norma
 
 void setExtremes(FilterResult& result, const Image& source) {
     const PelStatistics pels = statistics(result.image.pels);
-    if (pels.notFinite > 0)
+    if (pels.notFinite > 0) {
         failTooLarge(source);
+    }
     result.minimum = pels.minimum;
     result.maximum = pels.maximum;
 }
@@ -100,20 +103,23 @@ void bringIntoRange(FilterResult& result, const FilterSettings& settings, const 
     const PelMap map = normalizing(result.minimum, result.maximum, depth);
     mapPels(result.image.pels, map, depth);
     result.range = "scaled to 0 .. " + number(traits(depth).maximum);
-    if (result.minimum < 0 && result.maximum > 0)
+    if (result.minimum < 0 && result.maximum > 0) {
         result.range += ", zero becomes " + std::to_string(quantize(map.offset, depth));
+    }
 }
 
 } // namespace
 
 vxFrequencyBuffer spectrumOf(const Image& image, Padding padding) {
-    if (largestPel(image) > static_cast<double>(std::numeric_limits<float>::max()))
+    if (largestPel(image) > static_cast<double>(std::numeric_limits<float>::max())) {
         failTooLarge(image);
+    }
     vxFrequencyBuffer spectrum;
-    if (padding == Padding::mirror)
+    if (padding == Padding::mirror) {
         vfForwardFFT<double>(mirrorPadded(image.pels), spectrum);
-    else
+    } else {
         vfForwardFFT<double>(image.pels, spectrum);
+    }
     return spectrum;
 }
 
@@ -130,11 +136,13 @@ vxPelBuffer<double> imageOf(vxFrequencyBuffer& spectrum, Part part, long width, 
 
 void checkSettings(const FilterSettings& settings) {
     checkFilter(settings.filter);
-    if (settings.raw && (settings.padding || settings.part))
+    if (settings.raw && (settings.padding || settings.part)) {
         throw UsageError(
             "--raw has its own padding and reads magnitudes; it goes with neither --pad nor --part");
-    if (settings.raw && settings.range == Range::clip)
+    }
+    if (settings.raw && settings.range == Range::clip) {
         throw UsageError("--raw does not clip; only --range normalize goes with it");
+    }
 }
 
 FilterResult filterImage(const Image& source, const FilterSettings& settings) {
@@ -142,9 +150,10 @@ FilterResult filterImage(const Image& source, const FilterSettings& settings) {
     FilterResult result;
     result.image.depth = settings.depth.value_or(source.depth);
     const bool integer = traits(result.image.depth).isInteger;
-    if (!integer && settings.range)
+    if (!integer && settings.range) {
         throw UsageError(
             "--range is for 8- and 16-bit results; floating-point results are written as they are");
+    }
 
     const Padding padding = settings.raw ? Padding::zero : settings.padding.value_or(Padding::mirror);
     vxFrequencyBuffer spectrum = spectrumOf(source, padding);
@@ -158,10 +167,11 @@ FilterResult filterImage(const Image& source, const FilterSettings& settings) {
     const Part part = settings.part.value_or(Part::real);
     result.image.pels = imageOf(spectrum, part, source.pels.width(), source.pels.height());
     setExtremes(result, source);
-    if (integer)
+    if (integer) {
         bringIntoRange(result, settings, *filter, source, largestPel(source));
-    else
+    } else {
         result.range = "written as it is";
+    }
     return result;
 }
 

@@ -55,6 +55,6 @@ struct FilterResult {
 
 /// Filters an image. UsageError for settings that do not fit the image, UnreadableError for pels that cannot
 /// be transformed.
-[[nodiscard]] FilterResult filterImage(const Image& image, const FilterSettings& settings);
+[[nodiscard]] FilterResult filterImage(const Image& source, const FilterSettings& settings);
 
 } // namespace app

@@ -31,8 +31,9 @@ extern "C" {
 [[gnu::format(printf, 4, 0)]] static int onTiffError(TIFF*, void* session, const char*, const char* format,
                                                      va_list arguments) {
     char(&reason)[240] = static_cast<Session*>(session)->reason;
-    if (reason[0] == '\0')
+    if (reason[0] == '\0') {
         std::vsnprintf(reason, sizeof reason, format, arguments);
+    }
     return 1;
 }
 
@@ -127,14 +128,16 @@ constexpr tmsize_t largestBlock = 256L * 1024 * 1024;
 
 Handle open(Session& session, bool reading) {
     const std::unique_ptr<TIFFOpenOptions, Closer> options(TIFFOpenOptionsAlloc());
-    if (!options)
+    if (!options) {
         throw std::bad_alloc();
+    }
     TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), largestBlock);
     TIFFOpenOptionsSetErrorHandlerExtR(options.get(), onTiffError, &session);
     TIFFOpenOptionsSetWarningHandlerExtR(options.get(), onTiffWarning, &session);
-    if (reading)
+    if (reading) {
         return Handle(TIFFClientOpenExt("", "rm", &session, onTiffRead, onTiffWriteNothing, onTiffSeek,
                                         onTiffClose, onTiffSize, nullptr, nullptr, options.get()));
+    }
     return Handle(TIFFClientOpenExt("", "wl", &session, onMemoryRead, onMemoryWrite, onMemorySeek,
                                     onTiffClose, onMemorySize, nullptr, nullptr, options.get()));
 }
@@ -159,16 +162,19 @@ double sampleAt(const unsigned char* row, std::size_t index, const Layout& layou
         std::memcpy(&value, row + index * sizeof value, sizeof value);
         return static_cast<double>(value);
     };
-    if (layout.isFloat())
+    if (layout.isFloat()) {
         return layout.bits == 32 ? as(float()) : as(double());
-    if (layout.bits == 16)
+    }
+    if (layout.bits == 16) {
         return as(std::uint16_t());
-    if (layout.bits == 8)
+    }
+    if (layout.bits == 8) {
         return row[index];
+    }
     const std::size_t bit = index * layout.bits;
     const int mask = (1 << layout.bits) - 1;
     const int value = (row[bit / 8] >> (8 - layout.bits - bit % 8)) & mask;
-    return value * 255 / mask;
+    return value * (255 / mask); // 255 is a multiple of each mask.
 }
 
 class Reader {
@@ -176,16 +182,18 @@ public:
     explicit Reader(std::istream& file) {
         session_.file = &file;
         tiff_ = open(session_, true);
-        if (!tiff_)
+        if (!tiff_) {
             fail("damaged");
+        }
     }
 
     Image read() {
         std::uint32_t width = 0;
         std::uint32_t height = 0;
         if (TIFFGetField(tiff_.get(), TIFFTAG_IMAGEWIDTH, &width) == 0 ||
-            TIFFGetField(tiff_.get(), TIFFTAG_IMAGELENGTH, &height) == 0)
+            TIFFGetField(tiff_.get(), TIFFTAG_IMAGELENGTH, &height) == 0) {
             fail("it has no size");
+        }
         image_.format = "TIFF";
         image_.pels = newPels(width, height);
         readLayout();
@@ -202,8 +210,7 @@ public:
 
 private:
     [[noreturn]] void fail(const std::string& reason) {
-        throw UnreadableError("cannot read this TIFF file: " +
-                              (session_.reason[0] ? session_.reason : reason));
+        throw UnreadableError("TIFF: " + (session_.reason[0] ? session_.reason : reason));
     }
 
     void readLayout() {
@@ -211,14 +218,18 @@ private:
         TIFFGetFieldDefaulted(tiff_.get(), TIFFTAG_SAMPLEFORMAT, &layout_.format);
         TIFFGetFieldDefaulted(tiff_.get(), TIFFTAG_SAMPLESPERPIXEL, &layout_.samples);
         TIFFGetFieldDefaulted(tiff_.get(), TIFFTAG_PLANARCONFIG, &layout_.planar);
-        if (TIFFGetField(tiff_.get(), TIFFTAG_PHOTOMETRIC, &layout_.photometric) == 0)
+        if (TIFFGetField(tiff_.get(), TIFFTAG_PHOTOMETRIC, &layout_.photometric) == 0) {
             layout_.photometric = layout_.samples >= 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK;
-        if (layout_.format == SAMPLEFORMAT_VOID)
+        }
+        if (layout_.format == SAMPLEFORMAT_VOID) {
             layout_.format = SAMPLEFORMAT_UINT;
-        if (layout_.samples > 8)
+        }
+        if (layout_.samples > 8) {
             fail(std::to_string(layout_.samples) + " samples per pel are not supported");
-        if (layout_.samples < layout_.usedSamples())
+        }
+        if (layout_.samples < layout_.usedSamples()) {
             fail("it has too few samples per pel");
+        }
     }
 
     // Grey and RGB are read as they are; libtiff itself converts every other colour space.
@@ -228,12 +239,15 @@ private:
 
     Depth directDepth() {
         const std::uint16_t bits = layout_.bits;
-        if (layout_.isFloat() && (bits == 32 || bits == 64))
+        if (layout_.isFloat() && (bits == 32 || bits == 64)) {
             return bits == 32 ? Depth::float32 : Depth::float64;
-        if (layout_.format == SAMPLEFORMAT_UINT && bits == 16)
+        }
+        if (layout_.format == SAMPLEFORMAT_UINT && bits == 16) {
             return Depth::bits16;
-        if (layout_.format == SAMPLEFORMAT_UINT && (bits == 8 || bits == 4 || bits == 2 || bits == 1))
+        }
+        if (layout_.format == SAMPLEFORMAT_UINT && (bits == 8 || bits == 4 || bits == 2 || bits == 1)) {
             return Depth::bits8;
+        }
         const char* kind = layout_.isFloat()                     ? "floating-point"
                            : layout_.format == SAMPLEFORMAT_UINT ? "unsigned"
                            : layout_.format == SAMPLEFORMAT_INT  ? "signed"
@@ -243,22 +257,28 @@ private:
 
     void addNotes() {
         std::vector<std::string>& notes = image_.notes;
-        if (layout_.photometric > PHOTOMETRIC_MINISBLACK)
+        if (layout_.photometric > PHOTOMETRIC_MINISBLACK) {
             notes.emplace_back("colour is converted to luminance");
-        if (isDirect() && layout_.samples > layout_.usedSamples())
+        }
+        if (isDirect() && layout_.samples > layout_.usedSamples()) {
             notes.emplace_back("transparency and other extra samples are left out");
-        if (isDirect() && layout_.bits < 8)
+        }
+        if (isDirect() && layout_.bits < 8) {
             notes.push_back(std::to_string(layout_.bits) + "-bit pels are scaled to 0 .. 255");
-        if (layout_.photometric == PHOTOMETRIC_MINISWHITE)
+        }
+        if (layout_.photometric == PHOTOMETRIC_MINISWHITE) {
             notes.emplace_back(layout_.isFloat()
                                    ? "pels are taken as stored, though the file says min-is-white"
                                    : "min-is-white pels are inverted");
+        }
         std::uint16_t orientation = ORIENTATION_TOPLEFT;
         TIFFGetFieldDefaulted(tiff_.get(), TIFFTAG_ORIENTATION, &orientation);
-        if (isDirect() && orientation != ORIENTATION_TOPLEFT)
+        if (isDirect() && orientation != ORIENTATION_TOPLEFT) {
             notes.emplace_back("the file's orientation is left out: rows are taken as stored");
-        if (TIFFLastDirectory(tiff_.get()) == 0)
+        }
+        if (TIFFLastDirectory(tiff_.get()) == 0) {
             notes.emplace_back("only the first page is read");
+        }
     }
 
     // Adds one plane's or the contiguous samples of part of a row to the pels.
@@ -284,8 +304,9 @@ private:
     }
 
     std::vector<unsigned char> buffer(tmsize_t size, std::size_t needed) {
-        if (size <= 0 || size > largestBlock || static_cast<std::size_t>(size) < needed)
+        if (size <= 0 || size > largestBlock || static_cast<std::size_t>(size) < needed) {
             fail("its blocks have no sensible size");
+        }
         return std::vector<unsigned char>(static_cast<std::size_t>(size));
     }
 
@@ -297,8 +318,9 @@ private:
         for (std::uint16_t plane = 0; plane < planes(); ++plane) {
             for (long y = 0; y < image_.pels.height(); ++y) {
                 vxAttention::check();
-                if (TIFFReadScanline(tiff_.get(), row.data(), static_cast<std::uint32_t>(y), plane) != 1)
+                if (TIFFReadScanline(tiff_.get(), row.data(), static_cast<std::uint32_t>(y), plane) != 1) {
                     fail("its pels are damaged");
+                }
                 addSamples(row.data(), 0, y, width, plane);
             }
         }
@@ -309,68 +331,75 @@ private:
         std::uint32_t tileHeight = 0;
         TIFFGetField(tiff_.get(), TIFFTAG_TILEWIDTH, &tileWidth);
         TIFFGetField(tiff_.get(), TIFFTAG_TILELENGTH, &tileHeight);
-        if (tileWidth == 0 || tileHeight == 0 || tileWidth > 2 * maximumSize || tileHeight > 2 * maximumSize)
+        if (tileWidth == 0 || tileHeight == 0 || tileWidth > 2 * maximumSize ||
+            tileHeight > 2 * maximumSize) {
             fail("its blocks have no sensible size");
-        const long stepX = static_cast<long>(tileWidth);
-        const long stepY = static_cast<long>(tileHeight);
-        const std::size_t rowBytes = bytesOf(stepX);
-        std::vector<unsigned char> tile = buffer(TIFFTileSize(tiff_.get()), rowBytes * tileHeight);
+        }
+        const vxPair<long> step{static_cast<long>(tileWidth), static_cast<long>(tileHeight)};
+        std::vector<unsigned char> tile = buffer(TIFFTileSize(tiff_.get()), bytesOf(step.x()) * tileHeight);
         for (std::uint16_t plane = 0; plane < planes(); ++plane) {
-            for (long y = 0; y < image_.pels.height(); y += stepY) {
-                for (long x = 0; x < image_.pels.width(); x += stepX) {
-                    vxAttention::check();
-                    if (TIFFReadTile(tiff_.get(), tile.data(), static_cast<std::uint32_t>(x),
-                                     static_cast<std::uint32_t>(y), 0, plane) < 0)
-                        fail("its pels are damaged");
-                    addTile(tile.data(), rowBytes, {x, y}, {stepX, stepY}, plane);
+            for (long y = 0; y < image_.pels.height(); y += step.y()) {
+                for (long x = 0; x < image_.pels.width(); x += step.x()) {
+                    readTile(tile, {x, y}, step, plane);
                 }
             }
         }
     }
 
     // Tiles reach over the right and lower border; what lies outside is padding.
-    void addTile(const unsigned char* tile, std::size_t rowBytes, vxPair<long> at, vxPair<long> size,
-                 int plane) {
+    void readTile(std::vector<unsigned char>& tile, vxPair<long> at, vxPair<long> size, std::uint16_t plane) {
+        vxAttention::check();
+        if (TIFFReadTile(tiff_.get(), tile.data(), static_cast<std::uint32_t>(at.x()),
+                         static_cast<std::uint32_t>(at.y()), 0, plane) < 0) {
+            fail("its pels are damaged");
+        }
         const long columns = std::min(size.x(), image_.pels.width() - at.x());
         const long rows = std::min(size.y(), image_.pels.height() - at.y());
-        for (long row = 0; row < rows; ++row)
-            addSamples(tile + static_cast<std::size_t>(row) * rowBytes, at.x(), at.y() + row, columns, plane);
+        const unsigned char* row = tile.data();
+        for (long y = 0; y < rows; ++y, row += bytesOf(size.x())) {
+            addSamples(row, at.x(), at.y() + y, columns, plane);
+        }
     }
 
     // Integer luminances are integers again; min-is-white becomes min-is-black.
     void finishPels() {
-        if (layout_.isFloat())
+        if (layout_.isFloat()) {
             return;
+        }
         const double white = traits(image_.depth).maximum;
         const bool invert = layout_.photometric == PHOTOMETRIC_MINISWHITE;
         for (long y = 0; y < image_.pels.height(); ++y) {
             double* row = image_.pels.pointToRow(y);
-            for (long x = 0; x < image_.pels.width(); ++x)
+            for (long x = 0; x < image_.pels.width(); ++x) {
                 row[x] = invert ? white - row[x] : std::floor(row[x] + 0.5);
+            }
         }
     }
 
     // Palettes, YCbCr, CMYK and the like, as 8-bit colour by libtiff.
     void readConverted() {
         char reason[1024] = "";
-        if (TIFFRGBAImageOK(tiff_.get(), reason) == 0)
+        if (TIFFRGBAImageOK(tiff_.get(), reason) == 0) {
             fail(reason);
+        }
         const long width = image_.pels.width();
         const long height = image_.pels.height();
         std::vector<std::uint32_t> colours(static_cast<std::size_t>(width) *
                                            static_cast<std::size_t>(height));
         if (TIFFReadRGBAImageOriented(tiff_.get(), static_cast<std::uint32_t>(width),
                                       static_cast<std::uint32_t>(height), colours.data(), ORIENTATION_TOPLEFT,
-                                      1) == 0)
+                                      1) == 0) {
             fail("its pels are damaged");
+        }
         image_.depth = Depth::bits8;
         const std::uint32_t* colour = colours.data();
         for (long y = 0; y < height; ++y) {
             double* row = image_.pels.pointToRow(y);
-            for (long x = 0; x < width; ++x, ++colour)
+            for (long x = 0; x < width; ++x, ++colour) {
                 row[x] = std::floor(luminanceWeights[0] * TIFFGetR(*colour) +
                                     luminanceWeights[1] * TIFFGetG(*colour) +
                                     luminanceWeights[2] * TIFFGetB(*colour) + 0.5);
+            }
         }
     }
 
@@ -422,8 +451,9 @@ std::vector<unsigned char> encodeTiff(const Image& image) {
     Session session;
     session.bytes = &bytes;
     const auto check = [&session](bool ok) {
-        if (!ok)
+        if (!ok) {
             throw WriteError(std::string("TIFF: ") + (session.reason[0] ? session.reason : "out of memory"));
+        }
     };
     Handle handle = open(session, false);
     check(handle != nullptr);

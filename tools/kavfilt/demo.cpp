@@ -49,8 +49,9 @@ std::string describe(const app::FilterParameters& filter) {
 void makeFolder(const fs::path& folder) {
     std::error_code error;
     fs::create_directories(folder, error);
-    if (error)
+    if (error) {
         throw app::WriteError("cannot make the folder " + folder.string() + ": " + error.message());
+    }
 }
 
 // The pictures of the demonstration, in the order of the sheet.
@@ -79,15 +80,17 @@ void demo(const Request& request) {
     const fs::path folder = request.folder;
     const app::Overwrite overwrite = request.force ? app::Overwrite::force : app::Overwrite::refuse;
     makeFolder(folder);
-    for (const char* name : {"picture.png", "spectrum.png", "gain.png", "result.png", "sheet.png"})
+    for (const char* name : {"picture.png", "spectrum.png", "gain.png", "result.png", "sheet.png"}) {
         app::checkWritable(folder / name, overwrite);
+    }
 
     const app::FilterSettings settings = demoSettings();
     const std::vector<app::Panel> panels = makePanels(settings);
     const app::Image sheet = timed("laid out the contact sheet", [&] { return app::contactSheet(panels); });
     timed("wrote five PNG files", [&] {
-        for (const app::Panel& panel : panels)
+        for (const app::Panel& panel : panels) {
             app::writeImage(folder / (panel.title + ".png"), panel.picture, overwrite);
+        }
         app::writeImage(folder / "sheet.png", sheet, overwrite);
         return 5;
     });

@@ -22,8 +22,9 @@ void printReport(const Request& request, const app::Image& input, const app::Fil
     std::cout << app::oneLine(request.input) << ": " << input.format << ", "
               << app::size(input.pels.width(), input.pels.height()) << ", " << app::traits(input.depth).name
               << '\n';
-    for (const std::string& note : input.notes)
+    for (const std::string& note : input.notes) {
         std::cout << "  " << note << '\n';
+    }
     std::cout << "  transform " << app::size(result.transform.x(), result.transform.y()) << '\n'
               << "  result " << app::number(result.minimum) << " .. " << app::number(result.maximum) << ", "
               << result.range << '\n'
@@ -36,15 +37,17 @@ void filter(const Request& request) {
     const app::Overwrite overwrite = request.force ? app::Overwrite::force : app::Overwrite::refuse;
     app::checkSettings(request.settings);
     app::checkFormat(request.output);
-    if (!request.force && app::isSameFile(request.input, request.output))
+    if (!request.force && app::isSameFile(request.input, request.output)) {
         throw app::WriteError("cannot write " + request.output + ": it is the input (--force overwrites it)");
+    }
     app::checkWritable(request.output, overwrite);
     const app::Image input = app::readImage(request.input);
     app::checkFormat(request.output, request.settings.depth.value_or(input.depth));
     const app::FilterResult result = app::filterImage(input, request.settings);
     app::writeImage(request.output, result.image, overwrite);
-    if (!request.quiet)
+    if (!request.quiet) {
         printReport(request, input, result);
+    }
 }
 
 constexpr const char* explanation = R"(Units

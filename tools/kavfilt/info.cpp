@@ -20,11 +20,13 @@ void info(const std::string& path) {
               << "pels:      " << app::number(pels.minimum) << " .. " << app::number(pels.maximum)
               << ", mean " << app::number(pels.mean) << '\n'
               << "transform: " << app::size(transform.x(), transform.y()) << '\n';
-    if (pels.notFinite > 0)
+    if (pels.notFinite > 0) {
         std::cout << "note:      " << app::count(pels.notFinite, "pel") << " not finite, the first at ("
                   << pels.notFiniteAt.x() << ", " << pels.notFiniteAt.y() << ")\n";
-    for (const std::string& note : image.notes)
+    }
+    for (const std::string& note : image.notes) {
         std::cout << "note:      " << note << '\n';
+    }
 }
 
 } // namespace

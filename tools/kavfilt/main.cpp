@@ -32,8 +32,9 @@ int run(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return report(app::eUsage, error.what());
     }
-    if (!std::cout.flush())
+    if (!std::cout.flush()) {
         throw app::WriteError("cannot write to the standard output");
+    }
     return app::eDone;
 }
 

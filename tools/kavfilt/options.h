@@ -17,13 +17,15 @@ template <class T>
 CLI::Option* addChoice(CLI::App& verb, const std::string& name, std::optional<T>& value,
                        std::initializer_list<std::pair<const char*, T>> choices, const std::string& help) {
     std::vector<std::string> words;
-    for (const auto& choice : choices)
+    for (const auto& choice : choices) {
         words.emplace_back(choice.first);
+    }
     const std::vector<std::pair<std::string, T>> table(choices.begin(), choices.end());
     const auto assign = [&value, table](const std::string& word) {
         for (const auto& [choice, meaning] : table) {
-            if (choice == word)
+            if (choice == word) {
                 value = meaning;
+            }
         }
     };
     return verb.add_option_function<std::string>(name, assign, help)->check(CLI::IsMember(words));
