@@ -52,7 +52,9 @@ void vxArchive::UnknownVersion::dispatchSerialize(vxArchive& archive) {
     std::string file = hasFile ? *file_ : std::string();
     long line = line_;
     archive || hasFile;
-    vf_ArchiveText(archive, file, std::numeric_limits<unsigned long>::max());
+    if (hasFile) {
+        vf_ArchiveText(archive, file, std::numeric_limits<unsigned long>::max());
+    }
     archive || line;
     if (archive.isLoading()) {
         auto staged = hasFile ? std::make_shared<const std::string>(std::move(file)) : nullptr;

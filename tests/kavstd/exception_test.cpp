@@ -7,6 +7,7 @@
 #include <memory>
 #include <ostream>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -383,6 +384,43 @@ TEST(UnknownVersion, ArchivesFileAndLineToo) {
 
 TEST(UnknownVersion, IsWrittenOncePerPass) {
     vxArchive::UnknownVersion error("f", 1);
+    std::ostringstream stream;
+    vxOutputArchive archive(stream);
+    archive || error || error;
+    EXPECT_EQ(stream.str(), stored(error));
+}
+
+/// Loads an error in place and then fails.
+class Failing : public vxPersistent {
+public:
+    explicit Failing(vxPersistent& error) : error_(error) {}
+
+protected:
+    void dispatchSerialize(vxArchive& archive) override {
+        archive || error_;
+        throw std::runtime_error("fails");
+    }
+
+private:
+    vxPersistent& error_;
+};
+
+TEST(UnknownVersion, IsTakenBackWithTheObjectThatItBelongsTo) {
+    vxArchive::UnknownVersion error("f", 1);
+    const std::string bytes = stored(error);
+    for (const char* file : {"before", static_cast<const char*>(nullptr)}) {
+        vxArchive::UnknownVersion target(file, 7);
+        const std::string what = target.what();
+        Failing owner(target);
+        EXPECT_THROW(load(bytes, owner), std::runtime_error);
+        EXPECT_STREQ(target.file(), file);
+        EXPECT_EQ(target.line(), 7);
+        EXPECT_EQ(target.what(), what);
+    }
+}
+
+TEST(ExceptionWithString, IsWrittenOncePerPass) {
+    Sample error("text");
     std::ostringstream stream;
     vxOutputArchive archive(stream);
     archive || error || error;
