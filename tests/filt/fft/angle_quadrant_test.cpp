@@ -6,9 +6,7 @@
 #include "tests/support/inverse_members.h"
 #include "tests/support/transform_support.h"
 
-#include <array>
 #include <numbers>
-#include <thread>
 
 using namespace transform_support;
 using namespace inverse_members;
@@ -72,35 +70,6 @@ TYPED_TEST(InverseFFTPair, RefusesABufferWithoutSamples) {
     const char* text = "FrequencyBuffer has not been initialized";
     expectError<Defs::Uninitialized>([&] { runTemplate(empty, outputs, false, true); }, text);
     expectError<Defs::Uninitialized>([&] { runTemplate(std::as_const(empty), outputs, false); }, text);
-}
-
-TYPED_TEST(InverseFFTPair, OfAConstBufferRunsFromSeveralThreadsAtOnce) {
-    using M = TypeParam;
-    for (const bool consumed : {false, true}) {
-        oracle::Spectrum s = randomSpectrum(this->random, 30, 20);
-        s.inverseComputed = consumed;
-        s.offsetY = -3;
-        vxFrequencyBuffer loaded;
-        load({s, someXform(6), true}, loaded);
-        const vxFrequencyBuffer& shared = loaded;
-        oracle::Spectrum caller = s;
-        const oracle::Spectrum working = oracle::workingSpectrum(caller, false);
-        std::array<Outputs<M>, 3> outputs;
-        {
-            std::vector<std::thread> threads;
-            for (Outputs<M>& mine : outputs) {
-                threads.emplace_back([&] { runTemplate<M>(shared, mine, true); });
-            }
-            for (std::thread& thread : threads) {
-                thread.join();
-            }
-        }
-        for (const Outputs<M>& mine : outputs) {
-            expectImage(oracle::magnitude<typename M::Pel>(M::number, working, true), mine.image);
-            expectImage(secondOf<M>(working), mine.second);
-        }
-        expectState(s, someXform(6), shared);
-    }
 }
 
 // ------------------------------------------------------------------------------------------------ the

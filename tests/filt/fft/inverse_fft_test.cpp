@@ -9,7 +9,6 @@
 
 #include <array>
 #include <optional>
-#include <thread>
 
 using namespace transform_support;
 using namespace inverse_members;
@@ -275,6 +274,20 @@ TYPED_TEST(InverseFFT, WritesOutputsThatShareMemoryAsIfAllHadBeenComputedFirst) 
     }
 }
 
+TEST(InverseFFTOfDoubles, WithQuadrantsWritesTheMagnitudesLast) {
+    Random random(37);
+    vxFrequencyBuffer buffer;
+    load({randomSpectrum(random, 4, 4), {}, true}, buffer);
+    vxPelBuffer<double> expected;
+    vfInverseFFT(buffer, expected, false, false);
+    // The quadrant image's pels are bytes of the magnitude image's.
+    vxPelBuffer<double> image(4, 4);
+    auto* bytes = reinterpret_cast<unsigned char*>(image.pointToOffset());
+    vxPelBuffer<unsigned char> quadrant(bytes, 4, 4, 4);
+    vf_InverseFFT(buffer, image, quadrant, false, false);
+    expectImage(contentOf(expected), image);
+}
+
 TYPED_TEST(InverseFFT, IntoOneObjectTwiceKeepsTheSecondImage) {
     using M = TypeParam;
     using P = typename M::Pel;
@@ -426,48 +439,6 @@ TEST(InverseFFTNormalised, SpreadsOverTheFullRange) {
         EXPECT_EQ(expectedBytes[i], bytes.pointToOffset()[i]);
         EXPECT_EQ(expectedWords[i], words.pointToOffset()[i]);
         EXPECT_EQ(expectedDoubles[i], doubles.pointToOffset()[i]);
-    }
-}
-
-TEST(InverseFFTConst, RunsFromSeveralThreadsAtOnce) {
-    Random random(23);
-    for (const bool consumed : {false, true}) {
-        oracle::Spectrum s = randomSpectrum(random, 60, 50);
-        s.inverseComputed = consumed;
-        s.offsetX = -7;
-        vxFrequencyBuffer loaded;
-        load({s, someXform(3), true}, loaded);
-        const vxFrequencyBuffer& shared = loaded;
-        oracle::Spectrum caller = s;
-        const oracle::Spectrum working = oracle::workingSpectrum(caller, false);
-        std::array<vxPelBuffer<unsigned char>, 4> bytes;
-        std::array<vxPelBuffer<double>, 4> real;
-        std::array<vxPelBuffer<double>, 4> imaginary;
-        std::array<vxFrequencyBuffer, 4> raw;
-        {
-            std::vector<std::thread> threads;
-            for (std::size_t i = 0; i < 4; ++i) {
-                threads.emplace_back([&, i] {
-                    for (int repeat = 0; repeat < 10; ++repeat) {
-                        vfInverseFFT(shared, bytes[i], true);
-                        vfInverseFFT(shared, real[i], imaginary[i]);
-                        vfInverseFFT(shared, raw[i]);
-                    }
-                });
-            }
-            for (std::thread& thread : threads) {
-                thread.join();
-            }
-        }
-        for (std::size_t i = 0; i < 4; ++i) {
-            oracle::Image<unsigned char> image = oracle::magnitude<unsigned char>(1, working, true);
-            expectImage(image, bytes[i]);
-            expectImage(oracle::part(0, working), real[i]);
-            expectImage(oracle::part(1, working), imaginary[i]);
-            oracle::Spectrum source = s;
-            expectState(oracle::inverse(source, false), someXform(3), raw[i]);
-        }
-        expectState(s, someXform(3), shared);
     }
 }
 
