@@ -15,8 +15,7 @@ using support::expectError;
 
 namespace {
 
-// ---------------------------------------------------------------------------------------------- the
-// templates
+// --- The templates
 
 template <class M>
 constexpr bool hasAngle = std::same_as<typename M::Second, double>;
@@ -72,8 +71,7 @@ TYPED_TEST(InverseFFTPair, RefusesABufferWithoutSamples) {
     expectError<Defs::Uninitialized>([&] { runTemplate(std::as_const(empty), outputs, false); }, text);
 }
 
-// ------------------------------------------------------------------------------------------------ the
-// readers
+// --- The readers
 
 // The readers in one form.
 struct AngleReader {
@@ -180,8 +178,7 @@ TYPED_TEST(SpatialReader, RefusesABufferWithoutSamples) {
     EXPECT_FALSE(image.isBound());
 }
 
-// ------------------------------------------------------------------------------------------- what the pels
-// say
+// --- What the pels say
 
 struct Sample {
     float re;

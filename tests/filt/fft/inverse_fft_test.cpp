@@ -21,7 +21,7 @@ const char* const uninitialized = "FrequencyBuffer has not been initialized";
 const char* const powers = "Size must be a power of 2.";
 const char* const limit = "Width and Height must be no larger than 2048.";
 
-// ------------------------------------------------------------------------------------------- the six members
+// --- The six members
 
 template <class M>
 class InverseFFT : public testing::Test {
@@ -319,8 +319,7 @@ TYPED_TEST(InverseFFT, OfAZeroSpectrumIsZeroAlsoNormalised) {
     expectImage(oracle::newImage<typename M::Pel>(5, 4), outputs.image);
 }
 
-// --------------------------------------------------------------------------------- the shorter magnitude
-// forms
+// --- The shorter magnitude forms
 
 template <class T>
 class InverseFFTOfPels : public testing::Test {
@@ -442,8 +441,30 @@ TEST(InverseFFTNormalised, SpreadsOverTheFullRange) {
     }
 }
 
-// ----------------------------------------------------------------------------------- real and imaginary
-// images
+TEST(InverseFFTNormalised, TakesTheMinimumFromBehindTheLastNaN) {
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    oracle::Spectrum s = oracle::newSpectrum(4, 1);
+    s.inverseComputed = true;
+    s.data = {4.0F, 0.0F, nan, 0.0F, 12.0F, 0.0F, 20.0F, 0.0F}; // Magnitudes 1, NaN, 3 and 5 once scaled.
+    vxFrequencyBuffer buffer;
+    load({s, {}, true}, buffer);
+    vxPelBuffer<unsigned char> image;
+    vfInverseFFT(buffer, image, true, false);
+    const std::array<int, 4> expected{2, 0, 0, 255}; // (1 - 3) * 127.5 + 0.5 = -254.5: low bits of -254.
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(expected[i], image.pointToOffset()[i]);
+    }
+    // A NaN at the end leaves no minimum, and no pel.
+    s.data = {4.0F, 0.0F, 8.0F, 0.0F, 12.0F, 0.0F, nan, 0.0F};
+    load({s, {}, true}, buffer);
+    vxPelBuffer<unsigned short> words;
+    vfInverseFFT(buffer, words, true, false);
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(0, words.pointToOffset()[i]);
+    }
+}
+
+// --- Real and imaginary images
 
 void readParts(vxFrequencyBuffer& buffer, vxPelBuffer<double>& real, vxPelBuffer<double>& imaginary,
                int form) {
@@ -638,8 +659,7 @@ TEST(InverseFFTParts, SurviveEveryFailedAllocation) {
     }
 }
 
-// ------------------------------------------------------------------------------------------- buffer to
-// buffer
+// --- Buffer to buffer
 
 TEST(InverseFFTOfBuffers, MatchesTheTranscription) {
     Random random(31);
