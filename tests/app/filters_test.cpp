@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 
 namespace {
 
@@ -43,7 +44,8 @@ TEST(Filters, RefuseWrongParametersInTheLibrarysWords) {
 TEST(Filters, RefuseWhatOnlyNeedsMemory) {
     EXPECT_EQ(refusal({"bandpass", 0.2, 1, 1, 0}), "");
     EXPECT_EQ(refusal({"bandpass", 0.2, 1.1, 0, 0}), "Sigma must not be above 1.");
-    EXPECT_EQ(refusal({"bandpass", 0.2, 0.1, INFINITY, 0}), "Plateau must not be above 1.");
+    EXPECT_EQ(refusal({"bandpass", 0.2, 0.1, std::numeric_limits<double>::infinity(), 0}),
+              "Plateau must not be above 1.");
 }
 
 TEST(Filters, RefuseUnknownTypes) {
