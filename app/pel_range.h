@@ -31,4 +31,20 @@ struct PelMap {
 /// range.
 long mapPels(vxPelBuffer<double>& pels, const PelMap& map, Depth depth);
 
+/// A result whose values differ by no more than this part of what it was computed from is rounding noise
+/// around one value.
+inline constexpr double noise = 1e-6;
+
+/// How a result is to be brought into range, and what it is.
+struct Ranging {
+    Range range = Range::normalize;
+    Depth from = Depth::bits8; ///< Of the image that it was computed from.
+    bool aroundZero = false;   ///< Its values lie around zero.
+    double noise = 0;          ///< It is flat if its values differ by no more; noise is not stretched.
+};
+
+/// Brings a result whose values go from minimum to maximum into the range of its integer depth. A flat one
+/// is clipped in any case. Returns what was done, in words.
+std::string bringIntoRange(Image& result, double minimum, double maximum, const Ranging& ranging);
+
 } // namespace app

@@ -11,13 +11,6 @@
 namespace app {
 namespace {
 
-// A result whose range is below this part of the image's largest pel is rounding noise around one value.
-constexpr double noise = 1e-6;
-
-[[noreturn]] void failTooLarge(const Image& image) {
-    throw UnreadableError("cannot transform " + image.name + ": its pels are too large for single precision");
-}
-
 double largestPel(const Image& image) {
     const PelStatistics pels = statistics(image.pels);
     if (pels.notFinite > 0) {
@@ -81,39 +74,31 @@ void finishRaw(FilterResult& result, vxFrequencyBuffer& spectrum, const FilterSe
         normalize ? "magnitudes, normalised by the library" : "magnitudes, as the library gives them";
 }
 
-std::string clippingInWords(const PelMap& map, long outside, Depth depth) {
-    const std::string white = number(traits(depth).maximum);
-    return (map.gain == 1 ? "" : "multiplied by " + number(map.gain) + ", ") +
-           (map.offset == 0 ? "" : "raised to mid-grey " + number(map.offset) + ", ") + "clipped to 0 .. " +
-           white + " (" + count(outside, "pel") + " outside)";
-}
-
 // Normalises or clips to an integer depth.
 void bringIntoRange(FilterResult& result, const FilterSettings& settings, const vxFrequencyFilter& filter,
                     const Image& source, double largest) {
-    const Depth depth = result.image.depth;
-    const bool aroundZero = settings.part != Part::magnitude && !passesMean(filter, result.transform);
-    const bool flat = result.maximum - result.minimum <= noise * largest;
-    if (flat || settings.range == Range::clip) {
-        const PelMap map = clipping(source.depth, depth, aroundZero);
-        const long outside = mapPels(result.image.pels, map, depth);
-        result.range = (flat ? "flat, " : "") + clippingInWords(map, outside, depth);
-        return;
-    }
-    const PelMap map = normalizing(result.minimum, result.maximum, depth);
-    mapPels(result.image.pels, map, depth);
-    result.range = "scaled to 0 .. " + number(traits(depth).maximum);
-    if (result.minimum < 0 && result.maximum > 0) {
-        result.range += ", zero becomes " + std::to_string(quantize(map.offset, depth));
-    }
+    Ranging ranging;
+    ranging.range = settings.range.value_or(Range::normalize);
+    ranging.from = source.depth;
+    ranging.aroundZero = settings.part != Part::magnitude && !passesMean(filter, result.transform);
+    ranging.noise = noise * largest;
+    result.range = bringIntoRange(result.image, result.minimum, result.maximum, ranging);
 }
 
 } // namespace
 
-vxFrequencyBuffer spectrumOf(const Image& image, Padding padding) {
+void failTooLarge(const Image& image) {
+    throw UnreadableError("cannot transform " + image.name + ": its pels are too large for single precision");
+}
+
+void checkTransformable(const Image& image) {
     if (largestPel(image) > static_cast<double>(std::numeric_limits<float>::max())) {
         failTooLarge(image);
     }
+}
+
+vxFrequencyBuffer spectrumOf(const Image& image, Padding padding) {
+    checkTransformable(image);
     vxFrequencyBuffer spectrum;
     if (padding == Padding::mirror) {
         vfForwardFFT<double>(mirrorPadded(image.pels), spectrum);

@@ -24,6 +24,12 @@ enum class Part {
     magnitude ///< without
 };
 
+/// UnreadableError: "its pels are too large for single precision".
+[[noreturn]] void failTooLarge(const Image& image);
+
+/// UnreadableError when pels are not finite or too large for single precision.
+void checkTransformable(const Image& image);
+
 /// The spectrum of an image. UnreadableError when pels are not finite or too large for single precision.
 [[nodiscard]] vxFrequencyBuffer spectrumOf(const Image& image, Padding padding);
 

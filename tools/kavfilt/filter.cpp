@@ -1,7 +1,7 @@
 #include "app/errors.h"
-#include "app/image_file.h"
 #include "app/recipes.h"
 #include "app/words.h"
+#include "tools/kavfilt/files.h"
 #include "tools/kavfilt/options.h"
 #include "tools/kavfilt/verbs.h"
 
@@ -12,40 +12,27 @@ namespace {
 
 struct Request {
     std::string input;
-    std::string output;
+    Output output;
     app::FilterSettings settings;
-    bool force = false;
-    bool quiet = false;
 };
 
 void printReport(const Request& request, const app::Image& input, const app::FilterResult& result) {
-    std::cout << app::oneLine(request.input) << ": " << input.format << ", "
-              << app::size(input.pels.width(), input.pels.height()) << ", " << app::traits(input.depth).name
-              << '\n';
-    for (const std::string& note : input.notes) {
-        std::cout << "  " << note << '\n';
-    }
+    printInput(input);
     std::cout << "  transform " << app::size(result.transform.x(), result.transform.y()) << '\n'
               << "  result " << app::number(result.minimum) << " .. " << app::number(result.maximum) << ", "
-              << result.range << '\n'
-              << app::oneLine(request.output) << ": " << app::traits(result.image.depth).name
-              << ", written\n";
+              << result.range << '\n';
+    printOutput(request.output, result.image.depth);
 }
 
 // Everything that can be refused is refused before the work, the cheapest first.
 void filter(const Request& request) {
-    const app::Overwrite overwrite = request.force ? app::Overwrite::force : app::Overwrite::refuse;
     app::checkSettings(request.settings);
-    app::checkFormat(request.output);
-    if (!request.force && app::isSameFile(request.input, request.output)) {
-        throw app::WriteError("cannot write " + request.output + ": it is the input (--force overwrites it)");
-    }
-    app::checkWritable(request.output, overwrite);
+    checkOutput(request.output, {request.input});
     const app::Image input = app::readImage(request.input);
-    app::checkFormat(request.output, request.settings.depth.value_or(input.depth));
+    app::checkFormat(request.output.path, request.settings.depth.value_or(input.depth));
     const app::FilterResult result = app::filterImage(input, request.settings);
-    app::writeImage(request.output, result.image, overwrite);
-    if (!request.quiet) {
+    app::writeImage(request.output.path, result.image, request.output.overwrite());
+    if (!request.output.quiet) {
         printReport(request, input, result);
     }
 }
@@ -84,8 +71,7 @@ void addFilterVerb(CLI::App& program) {
     const auto request = std::make_shared<Request>();
     app::FilterSettings& settings = request->settings;
     verb->add_option("IN", request->input, "the image, PNG, TIFF or PGM")->required();
-    verb->add_option("-o,--output", request->output, "where to write the result; .png, .tif, .tiff or .pgm")
-        ->required();
+    addOutput(*verb, request->output);
     verb->add_option("--type", settings.filter.type, "the kind of filter")
         ->required()
         ->check(CLI::IsMember(app::filterTypes()));
@@ -107,8 +93,6 @@ void addFilterVerb(CLI::App& program) {
                           "how to bring the result into the range of pels; default normalize");
     addDepth(*verb, settings.depth);
     verb->add_flag("--raw", settings.raw, "the library's own padding and reader, nothing on top");
-    verb->add_flag("--force", request->force, "overwrite the output if it exists, even if it is the input");
-    verb->add_flag("-q,--quiet", request->quiet, "do not report what was done");
     verb->footer(explanation);
     verb->callback([request] { filter(*request); });
 }
