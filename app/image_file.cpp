@@ -1,19 +1,13 @@
 #include "app/image_file.h"
 
 #include "app/errors.h"
+#include "app/input_file.h"
 #include "app/pgm_file.h"
 #include "app/png_file.h"
 #include "app/tiff_file.h"
-#include "kavstd/attention.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <fcntl.h>
-#include <fstream>
-#include <sstream>
 #include <string_view>
-#include <unistd.h>
 
 namespace app {
 namespace {
@@ -67,68 +61,6 @@ const Format& formatOf(const fs::path& path) {
     return *found;
 }
 
-constexpr std::size_t largestPipe = std::size_t{256} << 20;
-
-class Descriptor {
-public:
-    explicit Descriptor(int value) : value_(value) {}
-    ~Descriptor() { ::close(value_); }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    [[nodiscard]] int value() const { return value_; }
-
-private:
-    int value_;
-};
-
-// A signal ends the wait for a pipe; the check then tells whether it was an interruption.
-template <class Call>
-auto retried(const Call& call) {
-    for (;;) {
-        vxAttention::check();
-        const auto result = call();
-        if (result >= 0) {
-            return result;
-        }
-        if (errno != EINTR) {
-            throw UnreadableError(std::strerror(errno));
-        }
-    }
-}
-
-// A pipe cannot be sought in, so it is read whole first.
-std::string readPipe(const fs::path& path) {
-    const Descriptor pipe(retried([&path] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC); }));
-    std::string bytes;
-    std::vector<char> chunk(std::size_t{1} << 16);
-    while (const auto got = retried([&] { return ::read(pipe.value(), chunk.data(), chunk.size()); })) {
-        bytes.append(chunk.data(), static_cast<std::size_t>(got));
-        if (bytes.size() > largestPipe) {
-            throw UnreadableError("the pipe holds more than 256 MiB");
-        }
-    }
-    return bytes;
-}
-
-Image readAnyFile(const fs::path& path) {
-    const fs::file_status status = fs::status(path);
-    if (fs::is_directory(status)) {
-        throw UnreadableError("it is a directory");
-    }
-    if (!fs::exists(status)) {
-        throw UnreadableError("no such file");
-    }
-    if (!fs::is_regular_file(status)) {
-        std::istringstream bytes(readPipe(path));
-        return readImage(bytes);
-    }
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        throw UnreadableError(std::strerror(errno));
-    }
-    return readImage(file);
-}
-
 } // namespace
 
 Image readImage(std::istream& file) {
@@ -149,15 +81,9 @@ Image readImage(std::istream& file) {
 }
 
 Image readImage(const fs::path& path) {
-    try {
-        Image image = readAnyFile(path);
-        image.name = path.string();
-        return image;
-    } catch (const UnreadableError& error) {
-        throw UnreadableError("cannot read " + path.string() + ": " + error.what());
-    } catch (const fs::filesystem_error& error) {
-        throw UnreadableError("cannot read " + path.string() + ": " + error.code().message());
-    }
+    Image image = readInput(path, [](std::istream& file) { return readImage(file); });
+    image.name = path.string();
+    return image;
 }
 
 void checkFormat(const fs::path& path) {

@@ -143,7 +143,7 @@ FilterResult filterImage(const Image& source, const FilterSettings& settings) {
     const Padding padding = settings.raw ? Padding::zero : settings.padding.value_or(Padding::mirror);
     vxFrequencyBuffer spectrum = spectrumOf(source, padding);
     result.transform = {spectrum.width(), spectrum.height()};
-    const std::unique_ptr<vxFrequencyFilter> filter = makeFilter(settings.filter, result.transform);
+    const FilterPointer filter = makeFilter(settings.filter, result.transform);
     applyFilter(*filter, spectrum);
     if (settings.raw) {
         finishRaw(result, spectrum, settings, source);

@@ -59,7 +59,7 @@ TEST(ApplyFilter, SaysWhenTheDcSquareDoesNotFit) {
         app::applyFilter(*filter, spectrum);
         ADD_FAILURE() << "applied";
     } catch (const app::UsageError& error) {
-        EXPECT_STREQ(error.what(), "the DC removal radius reaches outside the 8 x 4 spectrum");
+        EXPECT_STREQ(error.what(), "the square of --dc around the DC reaches outside the 8 x 4 spectrum");
     }
 }
 

@@ -39,7 +39,7 @@ FilterSettings rawSettings(bool normalize) {
 }
 
 vxFrequencyFilterBandPass libraryFilter(const app::FilterParameters& p, const vxFrequencyBuffer& spectrum) {
-    return {p.sigma, p.plateau, p.frequency, {spectrum.width(), spectrum.height()}, p.dcRadius};
+    return {p.sigma.along, p.plateau.along, p.frequency, {spectrum.width(), spectrum.height()}, p.dcRadius};
 }
 
 // The library alone, on pels of the type T.

@@ -43,7 +43,7 @@ app::FilterSettings demoSettings() {
 
 std::string describe(const app::FilterParameters& filter) {
     return "--type " + filter.type + " --frequency " + app::number(filter.frequency) + " --sigma " +
-           app::number(filter.sigma) + " --dc " + std::to_string(filter.dcRadius);
+           app::number(filter.sigma.along) + " --dc " + std::to_string(filter.dcRadius);
 }
 
 void makeFolder(const fs::path& folder) {
@@ -62,7 +62,7 @@ std::vector<app::Panel> makePanels(const app::FilterSettings& settings) {
     const vxPair<long> size{spectrum.width(), spectrum.height()};
     const app::Image spectrumView =
         timed("made a view of its spectrum", [&] { return app::spectrumView(spectrum); });
-    const std::unique_ptr<vxFrequencyFilter> filter =
+    const app::FilterPointer filter =
         timed("built a band-pass filter for it", [&] { return app::makeFilter(settings.filter, size); });
     const app::Image gainView =
         timed("made a view of the filter's gains", [&] { return app::gainView(app::gains(*filter, size)); });
@@ -72,7 +72,7 @@ std::vector<app::Panel> makePanels(const app::FilterSettings& settings) {
             {spectrumView, "spectrum", "log magnitude, DC in the middle, " + app::size(size.x(), size.y())},
             {gainView, "gain",
              "band pass " + app::number(settings.filter.frequency) + " cycles/pixel, sigma " +
-                 app::number(settings.filter.sigma)},
+                 app::number(settings.filter.sigma.along)},
             {result.image, "result", "the stain stands out"}};
 }
 

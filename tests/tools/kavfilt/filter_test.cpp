@@ -173,7 +173,7 @@ TEST_F(Filter, RefusesWrongParameters) {
     expectFailure(with("0.1", "0.1", {"--plateau", "-1"}), 2, "Plateau cannot be negative.");
     expectFailure(with("0.1", "0.1", {"--dc", "-1"}), 2, "DC Removal Radius cannot be negative.");
     expectFailure(with("0.1", "0.1", {"--dc", "18"}), 2,
-                  "the DC removal radius reaches outside the 64 x 32 spectrum");
+                  "the square of --dc around the DC reaches outside the 64 x 32 spectrum");
     EXPECT_EQ(with("0.1x", "0.1").exitCode, 2);
     EXPECT_EQ(with("0.1", "0.1", {"--dc", "99999999999999999999"}).exitCode, 2);
     EXPECT_EQ(with("0.1", "0.1", {"--type", "sieve"}).exitCode, 2);
