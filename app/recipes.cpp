@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numbers>
 
 namespace app {
 namespace {
@@ -59,7 +60,8 @@ vxPelBuffer<double> readRaw(vxFrequencyBuffer& spectrum, Depth depth, bool norma
 void setExtremes(FilterResult& result, const Image& source) {
     const PelStatistics pels = statistics(result.image.pels);
     if (pels.notFinite > 0) {
-        failTooLarge(source);
+        throw UnreadableError("cannot filter " + source.name +
+                              ": the result is too large for single precision");
     }
     result.minimum = pels.minimum;
     result.maximum = pels.maximum;
@@ -74,15 +76,66 @@ void finishRaw(FilterResult& result, vxFrequencyBuffer& spectrum, const FilterSe
         normalize ? "magnitudes, normalised by the library" : "magnitudes, as the library gives them";
 }
 
+// How much stronger a filter can make a wave. Only the spectrum of an image has gains above 1.
+double largestGain(const vxFrequencyFilter& filter, const vxPair<long>& size) {
+    if (dynamic_cast<const vxFrequencyFilterImage*>(&filter) == nullptr) {
+        return 1;
+    }
+    return statistics(gains(filter, size).getMagnitudeImage(false)).maximum;
+}
+
 // Normalises or clips to an integer depth.
 void bringIntoRange(FilterResult& result, const FilterSettings& settings, const vxFrequencyFilter& filter,
-                    const Image& source, double largest) {
+                    const Image& source) {
     Ranging ranging;
     ranging.range = settings.range.value_or(Range::normalize);
     ranging.from = source.depth;
     ranging.aroundZero = settings.part != Part::magnitude && !passesMean(filter, result.transform);
-    ranging.noise = noise * largest;
+    ranging.noise = noise * largestPel(source) * largestGain(filter, result.transform);
     result.range = bringIntoRange(result.image, result.minimum, result.maximum, ranging);
+}
+
+// The parts whose range is known beforehand.
+struct KnownRange {
+    Part part;
+    double minimum;
+    double maximum;
+    const char* words;
+    const char* scaledWords;
+};
+constexpr KnownRange knownRanges[] = {
+    {Part::angle, -std::numbers::pi, std::numbers::pi, "angles in radians",
+     "angles, -pi .. pi scaled to 0 .. "},
+    {Part::quadrant, 0, 3, "quadrants", "quadrants, 0 .. 3 scaled to 0 .. "},
+};
+
+// Null for a part of any range.
+const KnownRange* knownRangeOf(Part part) {
+    const auto* known = std::find_if(std::begin(knownRanges), std::end(knownRanges),
+                                     [part](const KnownRange& k) { return k.part == part; });
+    return known == std::end(knownRanges) ? nullptr : known;
+}
+
+void finishKnown(FilterResult& result, const KnownRange& known) {
+    const Depth depth = result.image.depth;
+    if (!traits(depth).isInteger) {
+        result.range = known.words;
+        return;
+    }
+    mapPels(result.image.pels, normalizing(known.minimum, known.maximum, depth), depth);
+    result.range = known.scaledWords + number(traits(depth).maximum);
+}
+
+void checkKernelSize(const FilterSettings& settings, const Image& source) {
+    if (!settings.filter.kernel) {
+        return;
+    }
+    const vxPelBuffer<double>& kernel = settings.filter.kernel->pels;
+    if (kernel.width() > source.pels.width() || kernel.height() > source.pels.height()) {
+        throw UnreadableError("the kernel " + settings.filter.kernel->name + " is " +
+                              size(kernel.width(), kernel.height()) + " pels, larger than " + source.name +
+                              ", which is " + size(source.pels.width(), source.pels.height()));
+    }
 }
 
 } // namespace
@@ -110,11 +163,22 @@ vxFrequencyBuffer spectrumOf(const Image& image, Padding padding) {
 
 vxPelBuffer<double> imageOf(vxFrequencyBuffer& spectrum, Part part, long width, long height) {
     vxPelBuffer<double> pels;
-    if (part == Part::magnitude) {
+    vxPelBuffer<double> other;
+    vxPelBuffer<unsigned char> quadrants;
+    switch (part) {
+    case Part::real:
+        vfInverseFFT(spectrum, pels, other, true);
+        break;
+    case Part::magnitude:
         vfInverseFFT<double>(spectrum, pels, false, true);
-    } else {
-        vxPelBuffer<double> imaginary;
-        vfInverseFFT(spectrum, pels, imaginary, true);
+        break;
+    case Part::angle:
+        vfInverseFFTAngle<double>(spectrum, other, pels, false, true);
+        break;
+    case Part::quadrant:
+        vfInverseFFTQuadrant<double>(spectrum, other, quadrants, false, true);
+        pels = widened<unsigned char>(quadrants);
+        break;
     }
     return pels.window(0, 0, width, height);
 }
@@ -125,6 +189,9 @@ void checkSettings(const FilterSettings& settings) {
         throw UsageError(
             "--raw has its own padding and reads magnitudes; it goes with neither --pad nor --part");
     }
+    if (settings.range && knownRangeOf(settings.part.value_or(Part::real)) != nullptr) {
+        throw UsageError("--range does not go with --part angle and quadrant, whose range is known");
+    }
     if (settings.raw && settings.range == Range::clip) {
         throw UsageError("--raw does not clip; only --range normalize goes with it");
     }
@@ -132,6 +199,7 @@ void checkSettings(const FilterSettings& settings) {
 
 FilterResult filterImage(const Image& source, const FilterSettings& settings) {
     checkSettings(settings);
+    checkKernelSize(settings, source);
     FilterResult result;
     result.image.depth = settings.depth.value_or(source.depth);
     const bool integer = traits(result.image.depth).isInteger;
@@ -152,8 +220,10 @@ FilterResult filterImage(const Image& source, const FilterSettings& settings) {
     const Part part = settings.part.value_or(Part::real);
     result.image.pels = imageOf(spectrum, part, source.pels.width(), source.pels.height());
     setExtremes(result, source);
-    if (integer) {
-        bringIntoRange(result, settings, *filter, source, largestPel(source));
+    if (const KnownRange* const known = knownRangeOf(part)) {
+        finishKnown(result, *known);
+    } else if (integer) {
+        bringIntoRange(result, settings, *filter, source);
     } else {
         result.range = "written as it is";
     }

@@ -20,8 +20,10 @@ enum class Padding {
 
 /// What is read from the inverse transform.
 enum class Part {
-    real,     ///< with its sign
-    magnitude ///< without
+    real,      ///< with its sign
+    magnitude, ///< without
+    angle,     ///< of the complex value, radians, -pi to pi
+    quadrant ///< of the complex value: 1 where the real part is negative, plus 2 where the imaginary part is
 };
 
 /// UnreadableError: "its pels are too large for single precision".
@@ -40,8 +42,10 @@ struct FilterSettings {
     FilterParameters filter;
     std::optional<Padding> padding; ///< Default: mirror.
     std::optional<Part> part;       ///< Default: real.
-    std::optional<Range> range;     ///< Default: normalize. Only for integer depths.
-    std::optional<Depth> depth;     ///< Default: the depth of the image.
+    /// Default: normalize. Only for integer depths, and not for angles and quadrants, whose range is known:
+    /// in integer depths -pi to pi and 0 to 3 are black to white, others hold them as they are.
+    std::optional<Range> range;
+    std::optional<Depth> depth; ///< Default: the depth of the image.
     /// The library's own zero padding and magnitude reader and nothing on top: magnitudes rounded to the
     /// nearest integer, whose low 8 or 16 bits are kept, or with Range::normalize the reader's own
     /// normalisation.
@@ -60,7 +64,7 @@ struct FilterResult {
 };
 
 /// Filters an image. UsageError for settings that do not fit the image, UnreadableError for pels that cannot
-/// be transformed.
+/// be transformed, a kernel that is larger than the image or a built filter of another size.
 [[nodiscard]] FilterResult filterImage(const Image& source, const FilterSettings& settings);
 
 } // namespace app

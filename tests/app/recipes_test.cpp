@@ -255,7 +255,7 @@ TEST(FilterImage, RefusesPelsThatCannotBeTransformed) {
     image.pels.pointToRow(3)[5] = 1e39;
     EXPECT_EQ(refused(), "cannot transform x.tif: its pels are too large for single precision");
     vfPelSet(image.pels, 3e38); // Each pel fits, their sum does not.
-    EXPECT_EQ(refused(), "cannot transform x.tif: its pels are too large for single precision");
+    EXPECT_EQ(refused(), "cannot filter x.tif: the result is too large for single precision");
 }
 
 TEST(FilterImage, CanBeCancelledAtEveryPoint) {
