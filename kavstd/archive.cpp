@@ -1,7 +1,7 @@
 #include "kavstd/archive.h"
 
+#include "kavstd/internal/archive_records.h"
 #include "kavstd/internal/archive_state.h"
-#include "kavstd/internal/archive_text.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,6 @@
 #include "kavstd/archive.h"
-#include "kavstd/internal/archive_text.h"
+#include "kavstd/internal/archive_records.h"
 
-#include <limits>
 #include <utility>
 
 namespace {
@@ -42,18 +41,14 @@ void vxArchive::UnknownVersion::dispatchSerialize(vxArchive& archive) {
     if (haveVisited(archive, this, sizeof(UnknownVersion))) {
         return;
     }
-    unsigned char version = 0;
-    archive || version;
-    if (version != 0) {
-        throw UnknownVersion("vxArchive::UnknownVersion", 0);
-    }
+    vf_ArchiveVersion(archive, "vxArchive::UnknownVersion");
     vxExceptionWithString::dispatchSerialize(archive);
     bool hasFile = file_ != nullptr;
     std::string file = hasFile ? *file_ : std::string();
     long line = line_;
     archive || hasFile;
     if (hasFile) {
-        vf_ArchiveText(archive, file, std::numeric_limits<unsigned long>::max());
+        vf_ArchiveText(archive, file);
     }
     archive || line;
     if (archive.isLoading()) {

@@ -3,20 +3,25 @@
 #include <utility>
 
 namespace {
-thread_local const std::function<void()>* currentHandler = nullptr;
-}
+/// The calling thread's latest scope that has not ended; null if there is none.
+thread_local vxAttention::Scope* latest = nullptr;
+} // namespace
 
 void vxAttention::check() {
-    if (currentHandler != nullptr && *currentHandler) {
-        (*currentHandler)();
+    if (latest != nullptr && latest->handler_) {
+        latest->handler_();
     }
 }
 
-vxAttention::Scope::Scope(std::function<void()> handler)
-    : handler_(std::move(handler)), previous_(currentHandler) {
-    currentHandler = &handler_;
+vxAttention::Scope::Scope(std::function<void()> handler) : handler_(std::move(handler)), previous_(latest) {
+    latest = this;
 }
 
 vxAttention::Scope::~Scope() {
-    currentHandler = previous_;
+    // Scopes that live on the heap may end in any order.
+    Scope** link = &latest;
+    while (*link != this) {
+        link = &(*link)->previous_;
+    }
+    *link = previous_;
 }

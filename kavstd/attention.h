@@ -14,8 +14,9 @@ public:
     /// nothing without a handler.
     static void check();
 
-    /// Installs a handler for the calling thread for the scope's life, then restores the one before. Scopes
-    /// nest and end in the reverse order, on the thread that opened them. An empty handler checks nothing.
+    /// Installs a handler for the calling thread for the scope's life, then restores the one before. Ends on
+    /// the thread that opened it; the latest scope that has not ended counts. An empty handler checks
+    /// nothing.
     class VX_EXPORT Scope {
     public:
         explicit Scope(std::function<void()> handler);
@@ -24,7 +25,8 @@ public:
         Scope& operator=(const Scope&) = delete;
 
     private:
+        friend class vxAttention;
         std::function<void()> handler_;
-        const std::function<void()>* previous_;
+        Scope* previous_;
     };
 };

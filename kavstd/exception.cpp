@@ -1,27 +1,13 @@
 #include "kavstd/exception.h"
 
 #include "kavstd/archive.h"
-#include "kavstd/internal/archive_text.h"
+#include "kavstd/internal/archive_records.h"
 #include "kavstd/internal/registry.h"
 
-#include <limits>
 #include <locale>
 #include <ostream>
 #include <sstream>
 #include <utility>
-
-namespace {
-
-/// The version byte of one class's record.
-void archiveVersion(vxArchive& archive, const char* className) {
-    unsigned char version = 0;
-    archive || version;
-    if (version != 0) {
-        throw vxArchive::UnknownVersion(className, 0);
-    }
-}
-
-} // namespace
 
 struct vxException::Text {
     const Text* older;
@@ -82,8 +68,11 @@ void vxException::dispatchSerialize(vxArchive& archive) {
     if (haveVisited(archive, this, sizeof(vxException))) {
         return;
     }
-    archiveVersion(archive, "vxException");
+    vf_ArchiveVersion(archive, "vxException");
     vxPersistent::dispatchSerialize(archive);
+    if (auto* withString = dynamic_cast<vxExceptionWithString*>(this)) {
+        withString->archiveText(archive);
+    }
     setVisited(archive, this, sizeof(vxException));
 }
 
@@ -109,14 +98,17 @@ void vxExceptionWithString::dispatchSerialize(vxArchive& archive) {
     if (haveVisited(archive, this, sizeof(vxExceptionWithString))) {
         return;
     }
-    archiveVersion(archive, "vxExceptionWithString");
-    vxException::dispatchSerialize(archive);
+    vf_ArchiveVersion(archive, "vxExceptionWithString");
+    vxException::dispatchSerialize(archive); // The text too.
+    setVisited(archive, this, sizeof(vxExceptionWithString));
+}
+
+void vxExceptionWithString::archiveText(vxArchive& archive) {
     std::string text = text_ ? *text_ : std::string();
-    vf_ArchiveText(archive, text, std::numeric_limits<unsigned long>::max());
+    vf_ArchiveText(archive, text);
     if (archive.isLoading()) {
         auto staged = text.empty() ? nullptr : std::make_shared<const std::string>(std::move(text));
         archive.onRollback([this, before = text_]() mutable { text_.swap(before); });
         text_ = std::move(staged);
     }
-    setVisited(archive, this, sizeof(vxExceptionWithString));
 }

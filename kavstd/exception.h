@@ -31,6 +31,8 @@ protected:
     vxException() noexcept;
     vxException(const vxException&) noexcept;
     vxException& operator=(const vxException&) noexcept;
+    /// Archives the message text of a vxExceptionWithString too, so that it survives whether a derived error
+    /// dispatches to that class or straight to this one.
     void dispatchSerialize(vxArchive& archive) override;
 
     /// What message_ writes, kept for the life of the object; `fallback` when that fails.
@@ -59,6 +61,9 @@ protected:
     void dispatchSerialize(vxArchive& archive) override;
 
 private:
+    friend class vxException; // Archives the text.
+    void archiveText(vxArchive& archive);
+
     std::shared_ptr<const std::string> text_; // Null when empty.
 };
 
@@ -68,12 +73,12 @@ private:
 ///     class VX_EXPORT BadSize : public vx_ConcreteError<BadSize, 0x10006299> {
 ///     public:
 ///         using vx_ConcreteError::vx_ConcreteError;
-///         ~BadSize() override; // defined in the source file, so that the class's type information has one
-///         home
+///         ~BadSize() override; // defined in the source file, the one home of the type information
 ///     };
 ///
-/// and in the source file, so that archives can re-create it: `vx_Instantiator badSize(typeid(BadSize),
-/// BadSize::make);`
+/// and in the source file, so that archives can re-create it:
+///
+///     vx_Instantiator badSize(typeid(BadSize), BadSize::make);
 template <class Error, long number>
 class VX_EXPORT vx_ConcreteError : public vxExceptionWithString {
 public:

@@ -1,6 +1,7 @@
 #include "kavstd/xform.h"
 
 #include "kavstd/archive.h"
+#include "kavstd/internal/archive_records.h"
 #include "kavsys/assert.h"
 
 #include <algorithm>
@@ -160,11 +161,7 @@ void vx2XformLinear::dispatchSerialize(vxArchive& archive) {
     if (haveVisited(archive, this, sizeof(vx2XformLinear))) {
         return;
     }
-    unsigned char version = 0;
-    archive || version;
-    if (version != 0) {
-        throw vxArchive::UnknownVersion("vx2XformLinear", 0);
-    }
+    vf_ArchiveVersion(archive, "vx2XformLinear");
     vx2Xform::dispatchSerialize(archive);
     vxXform<2> xform = xform_;
     archive || xform;

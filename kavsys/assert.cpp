@@ -6,6 +6,7 @@
 vxAssertionFailure::~vxAssertionFailure() = default;
 
 void vfAssertionFailed(const char* expression, const char* file, long line) {
-    throw vxAssertionFailure(std::string("Assertion failed: ") + expression + " (" + file + ":" +
+    const auto orUnknown = [](const char* text) { return std::string(text == nullptr ? "?" : text); };
+    throw vxAssertionFailure("Assertion failed: " + orUnknown(expression) + " (" + orUnknown(file) + ":" +
                              std::to_string(line) + ")");
 }

@@ -71,7 +71,7 @@ void Defs::Errors::dispatchSerialize(vxArchive& archive) {
 }
 void Defs::Errors::serialize_(vxArchive& archive, unsigned char version) {
     vx_ErrorMembers::requireKnown<Errors>(version);
-    vxExceptionWithString::dispatchSerialize(archive); // The message.
+    vxException::dispatchSerialize(archive); // The message too.
 }
 
 const vx_Instantiator Defs::InvalidArgument::sExemplar(typeid(InvalidArgument), &InvalidArgument::make);

@@ -1,6 +1,6 @@
 #include "kavstd/internal/archive_state.h"
 
-#include "kavstd/internal/archive_text.h"
+#include "kavstd/internal/archive_records.h"
 #include "kavstd/internal/registry.h"
 
 #include <algorithm>
@@ -157,6 +157,7 @@ void vxArchive::State::inPlace(vxPersistent& object, bool reInit) {
 void vxArchive::State::byPointer(vxPersistent*& object) {
     requireUsable();
     // Everything that can be refused is refused before the first byte is stored.
+    valueOffset = offset;
     std::string typeName = !loading && object != nullptr ? registeredName(*object) : std::string();
     bool present = object != nullptr;
     archive || present;
@@ -164,7 +165,9 @@ void vxArchive::State::byPointer(vxPersistent*& object) {
         object = loading ? nullptr : object;
         return;
     }
+    const std::uint64_t nameOffset = offset;
     vf_ArchiveText(archive, typeName, maximumTypeName);
+    valueOffset = nameOffset;
     std::unique_ptr<vxPersistent> created = loading ? create(typeName) : nullptr;
     const NestedPass pass(*this);
     inPlace(loading ? *created : *object, loading);

@@ -68,7 +68,7 @@ TEST(ByPointer, ATypeThatIsNotRegisteredIsRefusedBeforeAnythingIsWritten) {
     std::ostringstream stream;
     vxOutputArchive archive(stream);
     EXPECT_EQ(messageOf<vxArchive::UnknownType>([&] { archive || pointer; }),
-              "Unknown type at byte 8: archive_test::Group");
+              "Unknown type at byte 9: archive_test::Group");
     EXPECT_EQ(stream.str(), header);
     expectEveryUseThrows<vxArchive::UnknownType>(archive);
 }
@@ -81,7 +81,7 @@ std::string named(const std::string& name) {
 TEST(ByPointer, UnknownNamesAreRefusedAndPrintable) {
     vxPersistent* object = nullptr;
     EXPECT_EQ(messageOf<vxArchive::UnknownType>([&] { load(named("no\x1bsuch\xff"), object); }),
-              "Unknown type at byte 25: no?such?");
+              "Unknown type at byte 10: no?such?");
     EXPECT_THROW(load(named(""), object), vxArchive::UnknownType);
     EXPECT_THROW(load(named(std::string(256, 'n')), object), vxArchive::UnknownType);
     EXPECT_THROW(load(named(std::string(257, 'n')), object), vxArchive::Malformed);

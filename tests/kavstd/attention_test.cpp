@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -40,6 +41,37 @@ TEST(Attention, RestoresTheHandlerBeforeWhenAScopeEnds) {
     }
     vxAttention::check();
     EXPECT_EQ(calls, (std::vector<char>{'i', 'o'}));
+}
+
+TEST(Attention, ScopesMayEndInAnyOrder) {
+    std::vector<char> calls;
+    auto outer = std::make_unique<vxAttention::Scope>([&] { calls.push_back('o'); });
+    auto middle = std::make_unique<vxAttention::Scope>([&] { calls.push_back('m'); });
+    auto inner = std::make_unique<vxAttention::Scope>([&] { calls.push_back('i'); });
+    middle.reset();
+    vxAttention::check();
+    inner.reset();
+    vxAttention::check();
+    inner = std::make_unique<vxAttention::Scope>([&] { calls.push_back('n'); });
+    outer.reset();
+    vxAttention::check();
+    inner.reset();
+    vxAttention::check();
+    EXPECT_EQ(calls, (std::vector<char>{'i', 'o', 'n'}));
+}
+
+TEST(Attention, AHandlerMayOpenScopesAndCheck) {
+    int calls = 0;
+    int inner = 0;
+    const vxAttention::Scope scope([&] {
+        ++calls;
+        const vxAttention::Scope nested([&] { ++inner; });
+        vxAttention::check();
+    });
+    vxAttention::check();
+    vxAttention::check();
+    EXPECT_EQ(calls, 2);
+    EXPECT_EQ(inner, 2);
 }
 
 TEST(Attention, AnEmptyHandlerShieldsFromTheOneOutside) {

@@ -75,6 +75,23 @@ public:
     }
 };
 
+/// Archives a version of its own, then dispatches to the root of the exceptions, past vxExceptionWithString.
+class Shortcut : public vx_ConcreteError<Shortcut, 2> {
+public:
+    using vx_ConcreteError::vx_ConcreteError;
+
+protected:
+    void dispatchSerialize(vxArchive& archive) override {
+        if (haveVisited(archive, this, sizeof(*this))) {
+            return;
+        }
+        unsigned char version = 0;
+        archive || version;
+        vxException::dispatchSerialize(archive);
+        setVisited(archive, this, sizeof(*this));
+    }
+};
+
 std::string messageOf(const vxException& error) {
     std::ostringstream stream;
     error.message_(stream);
@@ -226,6 +243,18 @@ TEST(ExceptionWithString, ArchivesItsPartsAndTheMessage) {
     Sample empty;
     load(stored(empty), copy);
     EXPECT_STREQ(copy.what(), "");
+}
+
+TEST(ExceptionWithString, TheMessageSurvivesHoweverADerivedErrorDispatches) {
+    Shortcut error("a text that is longer than any small string");
+    const std::string bytes = stored(error);
+    Shortcut copy("before");
+    for (std::size_t length = headerSize; length < bytes.size(); ++length) {
+        EXPECT_THROW(load(bytes.substr(0, length), copy), vxArchive::EndOfData);
+        EXPECT_STREQ(copy.what(), "before");
+    }
+    load(bytes, copy);
+    EXPECT_STREQ(copy.what(), error.what());
 }
 
 TEST(ExceptionWithString, RefusesUnknownVersionsAndKeepsTheArchiveUsable) {

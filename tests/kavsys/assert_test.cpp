@@ -34,6 +34,11 @@ TEST(Assert, IsAnExpressionAndTakesWhateverConvertsToBool) {
 
 TEST(Assert, FailureIsALogicError) {
     EXPECT_THROW(vfAssertionFailed("broken", "file.cpp", 7), std::logic_error);
+    try {
+        vfAssertionFailed(nullptr, nullptr, 0);
+    } catch (const vxAssertionFailure& unnamed) {
+        EXPECT_STREQ(unnamed.what(), "Assertion failed: ? (?:0)");
+    }
     const vxAssertionFailure failure("text");
     vxAssertionFailure copy("other");
     copy = failure;
