@@ -5,10 +5,51 @@
 #include "app/image.h"
 #include "filt/fft.h"
 
+#include <optional>
+
 namespace app {
 
-/// The magnitudes of a spectrum, DC in the middle, on a logarithmic scale from the median (dark grey) to the
-/// largest (white). The scale is monotonic and saturates; nothing wraps.
+/// What of a spectrum's samples is shown.
+enum class View { magnitude, phase, real, imaginary };
+
+/// From the values of a view to grey. Each is monotonic and saturates at black and white; none wraps.
+enum class Mapping {
+    /// White for the largest magnitude, a dark grey for the median, logarithmic between and below. Views with
+    /// signs lie on either side of mid-grey.
+    log,
+    /// Black for 0, or mid-grey for views with signs, to white for the size that one sample in a thousand
+    /// reaches, the DC left out, or for a hundredth of the largest such size if that is more.
+    linear,
+    range, ///< Black for the minimum to white for the maximum that the user gives.
+    clip,  ///< The value itself, cut off at 0 and 255.
+    angle  ///< Phases only: 0 is black, a whole turn white.
+};
+
+struct ViewSettings {
+    View view = View::magnitude;
+    std::optional<Mapping> mapping; ///< Default: log, of phases angle.
+    std::optional<double> minimum;  ///< Both for Mapping::range and only for it.
+    std::optional<double> maximum;
+    bool dcInCorner = false; ///< At the upper left, as stored, instead of the middle.
+    /// Default: 8-bit. The floating-point depths hold the values themselves, without a mapping; no other
+    /// depth is possible.
+    std::optional<Depth> depth;
+};
+
+/// UsageError where settings contradict each other.
+void checkSettings(const ViewSettings& settings);
+
+struct ViewResult {
+    Image image;
+    double minimum = 0; ///< Of the values.
+    double maximum = 0;
+    double atDc = 0;
+};
+
+/// UnreadableError when values of the spectrum are beyond single precision, UsageError as above.
+[[nodiscard]] ViewResult viewSpectrum(const vxFrequencyBuffer& spectrum, const ViewSettings& settings);
+
+/// The magnitudes on the logarithmic scale, DC in the middle.
 [[nodiscard]] Image spectrumView(const vxFrequencyBuffer& spectrum);
 
 /// The real parts of a filter's gains, DC in the middle: 0 is black, 1 white.

@@ -3,7 +3,7 @@
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 jobs=$(nproc 2>/dev/null || echo 2)
 
-build_packages="g++ cmake ninja-build libcli11-dev libpng-dev libtiff-dev"
+build_packages="g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libpng-dev libtiff-dev"
 test_packages="$build_packages libgtest-dev libgmock-dev binutils"
 check_packages="$test_packages git clang libclang-rt-dev clang-format clang-tidy"
 

@@ -43,8 +43,8 @@ TEST(SpectrumView, IsMonotonicAndDoesNotWrap) {
     EXPECT_GT(pairs[pairs.size() - 2].second, pairs[pairs.size() / 2].second);
 }
 
-TEST(SpectrumView, OfNothingIsEvenlyDark) {
-    EXPECT_EQ(pelsOf(app::spectrumView(vxFrequencyBuffer(4, 4))), std::vector<double>(16, 48.0));
+TEST(SpectrumView, OfNothingIsBlack) {
+    EXPECT_EQ(pelsOf(app::spectrumView(vxFrequencyBuffer(4, 4))), std::vector<double>(16, 0.0));
 }
 
 TEST(GainView, ShowsTheRingAroundTheMiddle) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "app/image.h"
+#include "app/recipes.h"
 
 #include <CLI/CLI.hpp>
 
@@ -39,4 +40,18 @@ inline CLI::Option* addDepth(CLI::App& verb, std::optional<app::Depth>& depth) {
                                   {"float", app::Depth::float32},
                                   {"double", app::Depth::float64}},
                                  "depth of the output; default: that of the input");
+}
+
+/// --pad mirror|zero
+inline CLI::Option* addPadding(CLI::App& verb, std::optional<app::Padding>& padding) {
+    return addChoice<app::Padding>(verb, "--pad", padding,
+                                   {{"mirror", app::Padding::mirror}, {"zero", app::Padding::zero}},
+                                   "what lies beyond the image's border; default mirror");
+}
+
+/// --range normalize|clip
+inline CLI::Option* addRange(CLI::App& verb, std::optional<app::Range>& range) {
+    return addChoice<app::Range>(verb, "--range", range,
+                                 {{"normalize", app::Range::normalize}, {"clip", app::Range::clip}},
+                                 "how to bring the result into the range of pels; default normalize");
 }

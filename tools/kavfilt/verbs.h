@@ -7,4 +7,7 @@
 
 void addFilterVerb(CLI::App& program);
 void addInfoVerb(CLI::App& program);
+void addSpectrumVerb(CLI::App& program);
+void addCorrelateVerb(CLI::App& program);
+void addConvolveVerb(CLI::App& program);
 void addDemoVerb(CLI::App& program);
