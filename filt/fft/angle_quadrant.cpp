@@ -25,7 +25,7 @@ struct Quadrant {
 
 template <class Reader>
 vxPelBuffer<typename Reader::Pel> read(const vxFrequencyBuffer& spatial) {
-    vf_RequireSamples(spatial);
+    vx_FrequencyBufferAccess::requireSamples(spatial);
     vxAttention::check();
     return vf_Wrapped(spatial, vf_ImageOf<typename Reader::Pel>(spatial, Reader::valueOf));
 }

@@ -18,19 +18,14 @@ namespace {
 using Access = vx_FrequencyBufferAccess;
 
 void checkInitialized(const vxFrequencyBuffer& first, const vxFrequencyBuffer& second) {
-    if (Access::data(first) == nullptr || Access::data(second) == nullptr) {
-        throw vxFrequencyDefs::Uninitialized(vx_Messages::bufferUninitialized);
-    }
+    Access::requireSamples(first);
+    Access::requireSamples(second);
 }
 
 void checkNotConsumed(const vxFrequencyBuffer& a, const vxFrequencyBuffer& b) {
     if (Access::inverseComputed(a) || Access::inverseComputed(b)) {
         throw vxFrequencyDefs::InvalidBuffer(vx_Messages::bufferConsumed);
     }
-}
-
-vxPair<long> sizeOf(const vxFrequencyBuffer& buffer) {
-    return {Access::width(buffer), Access::height(buffer)};
 }
 
 void checkSizes(const vxPair<long>& a, const vxPair<long>& b, const char* message) {
@@ -43,7 +38,7 @@ void checkSizes(const vxPair<long>& a, const vxPair<long>& b, const char* messag
 void assign(const vxFrequencyBuffer& a, const vxFrequencyBuffer& b, vxFrequencyBuffer& c,
             const char* message) {
     if (&c != &a) {
-        checkSizes(Access::copySize(a), sizeOf(b), message);
+        checkSizes(Access::copySize(a), Access::size(b), message);
         c = a;
     }
 }
@@ -83,7 +78,7 @@ Sample difference(Sample b, Sample a) {
 
 void vfFrequencyMultiply(const vxFrequencyBuffer& a, vxFrequencyBuffer& b) {
     checkInitialized(b, a);
-    checkSizes(sizeOf(a), sizeOf(b), vx_Messages::multiplySizesDiffer);
+    checkSizes(Access::size(a), Access::size(b), vx_Messages::multiplySizesDiffer);
     checkNotConsumed(a, b);
     combine(a, b, product);
 }
@@ -91,7 +86,7 @@ void vfFrequencyMultiply(const vxFrequencyBuffer& a, vxFrequencyBuffer& b) {
 void vfFrequencyMultiply(const vxFrequencyBuffer& a, const vxFrequencyBuffer& b, vxFrequencyBuffer& c) {
     checkInitialized(a, b);
     checkNotConsumed(a, b);
-    checkSizes(sizeOf(a), sizeOf(b), vx_Messages::multiplySizesDiffer);
+    checkSizes(Access::size(a), Access::size(b), vx_Messages::multiplySizesDiffer);
     if (&c == &b) {
         vfFrequencyMultiply(a, c);
         return;
@@ -120,14 +115,14 @@ void vfFrequencyConjugate(const vxFrequencyBuffer& a, vxFrequencyBuffer& b) {
 void vfFrequencyAdd(const vxFrequencyBuffer& a, vxFrequencyBuffer& b) {
     checkInitialized(b, a);
     checkNotConsumed(a, b);
-    checkSizes(sizeOf(a), sizeOf(b), vx_Messages::addSizesDiffer);
+    checkSizes(Access::size(a), Access::size(b), vx_Messages::addSizesDiffer);
     combine(a, b, sum);
 }
 
 void vfFrequencyAdd(const vxFrequencyBuffer& a, const vxFrequencyBuffer& b, vxFrequencyBuffer& c) {
     checkInitialized(a, b);
     checkNotConsumed(a, b);
-    checkSizes(sizeOf(a), sizeOf(b), vx_Messages::addSizesDiffer);
+    checkSizes(Access::size(a), Access::size(b), vx_Messages::addSizesDiffer);
     if (&c == &b) {
         vfFrequencyAdd(a, c);
         return;
@@ -139,13 +134,13 @@ void vfFrequencyAdd(const vxFrequencyBuffer& a, const vxFrequencyBuffer& b, vxFr
 void vfFrequencySubtract(const vxFrequencyBuffer& a, vxFrequencyBuffer& b) {
     checkInitialized(b, a);
     checkNotConsumed(a, b);
-    checkSizes(sizeOf(a), sizeOf(b), vx_Messages::subtractSizesDiffer);
+    checkSizes(Access::size(a), Access::size(b), vx_Messages::subtractSizesDiffer);
     combine(a, b, difference);
 }
 
 void vfFrequencySubtract(const vxFrequencyBuffer& a, const vxFrequencyBuffer& b, vxFrequencyBuffer& c) {
     checkInitialized(a, b);
-    checkSizes(sizeOf(a), sizeOf(b), vx_Messages::subtractSizesDiffer);
+    checkSizes(Access::size(a), Access::size(b), vx_Messages::subtractSizesDiffer);
     checkNotConsumed(a, b);
     if (&c != &b) {
         assign(a, b, c, vx_Messages::subtractSizesDiffer);

@@ -15,8 +15,7 @@ struct Kind {
 template <class Error>
 constexpr Kind kind = {};
 template <>
-constexpr Kind kind<Defs::Errors> = {0,
-                                     "vxFrequencyDefs::Errors"}; // Abstract: the number is never asked for.
+constexpr Kind kind<Defs::Errors> = {0, "vxFrequencyDefs::Errors"}; // Abstract: never asked its number.
 template <>
 constexpr Kind kind<Defs::InvalidArgument> = {0x10006300, "vxFrequencyDefs::InvalidArgument"};
 template <>

@@ -5,16 +5,13 @@
 #include "filt/fft/kernels/kernels.h"
 #include "filt/internal/clear_padding.h"
 #include "filt/internal/numerics.h"
+#include "filt/internal/pel_row.h"
 
 #include <algorithm>
 
 using Access = vx_FrequencyBufferAccess;
 
 namespace {
-
-vxPair<long> sizeOf(const vxFrequencyBuffer& buffer) {
-    return {Access::width(buffer), Access::height(buffer)};
-}
 
 template <vx_Pel T>
 void requireBound(const vxPelBuffer_const<T>& image) {
@@ -44,11 +41,6 @@ vxPelBuffer_const<T> stagingSource(const vxPelBuffer_const<T>& image, const vxFr
     return padded;
 }
 
-template <vx_Pel T>
-const T* rowOf(const vxPelBuffer_const<T>& image, long y) {
-    return image.pointToOffset() + y * image.rowUpdate();
-}
-
 // Real rows as the real-input kernel takes them: the first half of a row's floats, zero to the right and
 // below. The second half is the kernel's work space and stays as it is.
 template <vx_Pel T>
@@ -59,7 +51,7 @@ void stageReal(const vxPelBuffer_const<T>& image, vxFrequencyBuffer& destination
     for (long y = 0; y < height; ++y, row += 2 * width) {
         float* end = row;
         if (y < image.height()) {
-            const T* pels = rowOf(image, y);
+            const T* pels = vf_PelRow(image, y);
             end = std::transform(pels, pels + image.width(), row,
                                  [](T pel) { return static_cast<float>(pel); });
         }
@@ -76,8 +68,8 @@ void stageComplex(const vxPelBuffer_const<T>& real, const vxPelBuffer_const<T>& 
     const long width = Access::width(destination);
     for (long y = 0; y < real.height(); ++y) {
         float* row = Access::data(destination) + 2 * width * y;
-        const T* realPels = rowOf(real, y);
-        const T* imaginaryPels = rowOf(imaginary, y);
+        const T* realPels = vf_PelRow(real, y);
+        const T* imaginaryPels = vf_PelRow(imaginary, y);
         for (long x = 0; x < real.width(); ++x) {
             row[2 * x] = static_cast<float>(realPels[x]);
             row[2 * x + 1] = static_cast<float>(imaginaryPels[x]);
@@ -92,7 +84,7 @@ void forward(const vxPelBuffer_const<T>& source, vxFrequencyBuffer& destination)
     requireBound(source);
     prepare(source, destination);
     stageReal(stagingSource(source, destination), destination);
-    vf_RealFFT2D(Access::data(destination), sizeOf(destination), 1, 0, Access::height(destination));
+    vf_RealFFT2D(Access::data(destination), Access::size(destination), 1, 0, Access::height(destination));
 }
 
 template <vx_Pel T>
@@ -108,7 +100,7 @@ void forward(const vxPelBuffer_const<T>& real, const vxPelBuffer_const<T>& imagi
     const vxPelBuffer_const<T> stagedReal = stagingSource(real, destination);
     const vxPelBuffer_const<T> stagedImaginary = stagingSource(imaginary, destination);
     stageComplex(stagedReal, stagedImaginary, destination);
-    vf_ComplexFFT2D(Access::data(destination), sizeOf(destination), 1, 0, Access::height(destination));
+    vf_ComplexFFT2D(Access::data(destination), Access::size(destination), 1, 0, Access::height(destination));
 }
 
 } // namespace
@@ -152,12 +144,12 @@ void vfForwardFFT(const vxPelBuffer_const<T>& real, const vxPelBuffer_const<T>& 
 }
 
 void vfForwardFFT(const vxFrequencyBuffer& source, vxFrequencyBuffer& destination) {
-    vf_RequireSamples(source);
+    Access::requireSamples(source);
     vf_RequireKernelSize(source);
     destination = source;
     Access::inverseComputed(destination, false);
     Access::masked(destination, 0);
-    vf_ComplexFFT2D(Access::data(destination), sizeOf(destination), 1, 0, Access::height(destination));
+    vf_ComplexFFT2D(Access::data(destination), Access::size(destination), 1, 0, Access::height(destination));
 }
 
 template void vfForwardFFT(const vxPelBuffer_const<unsigned char>&, vxFrequencyBuffer&);

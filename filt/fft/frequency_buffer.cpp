@@ -5,6 +5,7 @@
 #include "filt/internal/clear_padding.h"
 #include "filt/internal/convert.h"
 #include "filt/internal/messages.h"
+#include "filt/internal/pel_row.h"
 
 #include <algorithm>
 #include <bit>
@@ -17,13 +18,9 @@ constexpr long sizeLimit = 2048;
 // The spare floats pay for the alignment of the first sample.
 constexpr std::size_t spareFloats = 7;
 
-// The smallest power of two that is not below the request, of at most 2048.
+// The smallest power of two that is not below the request.
 long roundUp(long request) {
     return request < 2 ? 1 : static_cast<long>(std::bit_ceil(static_cast<unsigned long>(request)));
-}
-
-bool isPowerOfTwo(long size) {
-    return size > 0 && std::has_single_bit(static_cast<unsigned long>(size));
 }
 
 std::size_t floatCount(long width, long height) {
@@ -60,10 +57,10 @@ void checkCropSize(const vxFrequencyBuffer& source, long width, long height) {
     if (height > source.height()) {
         throw InvalidSize(vx_Messages::cropHeightTooLarge);
     }
-    if (!isPowerOfTwo(width)) {
+    if (roundUp(width) != width) {
         throw InvalidSize(vx_Messages::cropWidthUnsupported);
     }
-    if (!isPowerOfTwo(height)) {
+    if (roundUp(height) != height) {
         throw InvalidSize(vx_Messages::cropHeightUnsupported);
     }
 }
@@ -140,9 +137,8 @@ vxFrequencyBuffer::vxFrequencyBuffer(const vxPelBuffer_const<double>& real,
     xformCache_ = real.xformCache();
     offset_ = real.offset();
     for (long y = 0; y < sourceHeight_; ++y) {
-        const double* realRow = real.pointToOffset() + static_cast<std::ptrdiff_t>(y) * real.rowUpdate();
-        const double* imaginaryRow =
-            imaginary.pointToOffset() + static_cast<std::ptrdiff_t>(y) * imaginary.rowUpdate();
+        const double* realRow = vf_PelRow(real, y);
+        const double* imaginaryRow = vf_PelRow(imaginary, y);
         float* sample = data_ + floatCount(width_, y);
         for (long x = 0; x < sourceWidth_; ++x) {
             *sample++ = static_cast<float>(realRow[x]);
@@ -198,23 +194,23 @@ bool vxFrequencyBuffer::operator==(const vxFrequencyBuffer& other) const {
 }
 
 long vxFrequencyBuffer::width() const {
-    if (data_ == nullptr) {
-        throw vxFrequencyDefs::Uninitialized(vx_Messages::bufferUninitialized);
-    }
+    requireSamples();
     return width_;
 }
 
 long vxFrequencyBuffer::height() const {
-    if (data_ == nullptr) {
-        throw vxFrequencyDefs::Uninitialized(vx_Messages::bufferUninitialized);
-    }
+    requireSamples();
     return height_;
 }
 
-float* vxFrequencyBuffer::spectrum() const {
+void vxFrequencyBuffer::requireSamples() const {
     if (data_ == nullptr) {
         throw vxFrequencyDefs::Uninitialized(vx_Messages::bufferUninitialized);
     }
+}
+
+float* vxFrequencyBuffer::spectrum() const {
+    requireSamples();
     if (inverseComputed_) {
         throw vxFrequencyDefs::InvalidBuffer(vx_Messages::bufferConsumed);
     }

@@ -95,6 +95,8 @@ private:
     void adoptSamples(vxArchive& archive, const std::vector<float>& samples);
     [[nodiscard]] std::uint64_t sampleCount() const noexcept;
 
+    /// Throws Uninitialized for a buffer without samples.
+    void requireSamples() const;
     /// The samples; throws Uninitialized or InvalidBuffer (consumed).
     [[nodiscard]] float* spectrum() const;
     [[nodiscard]] float* data() const noexcept { return data_; }

@@ -1,9 +1,9 @@
 #include "filt/fft/frequency_buffer.h"
 
 #include "filt/internal/centred.h"
+#include "filt/internal/pel_row.h"
 
 #include <cmath>
-#include <cstddef>
 
 namespace {
 // Writes value(re, im) of each sample, in storage order, to its pel; centred images have DC in the middle.
@@ -12,7 +12,7 @@ vxPelBuffer<double> render(const float* sample, long width, long height, bool ce
     vxPelBuffer<double> image(width, height, 32);
     for (long v = 0; v < height; ++v) {
         const long y = centered ? vf_CentredNumber(v, height) : v;
-        double* row = image.pointToOffset() + static_cast<std::ptrdiff_t>(y) * image.rowUpdate();
+        double* row = vf_PelRow(image, y);
         for (long u = 0; u < width; ++u) {
             const long x = centered ? vf_CentredNumber(u, width) : u;
             row[x] = value(sample[0], sample[1]);

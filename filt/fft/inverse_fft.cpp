@@ -46,7 +46,7 @@ constexpr Member<double,         unsigned char> doubleQuadrant{0.0,    true,  na
 
 // Reading a consumed buffer takes no kernel, so any size will do.
 void requireInvertible(const vxFrequencyBuffer& buffer) {
-    vf_RequireSamples(buffer);
+    Access::requireSamples(buffer);
     if (!Access::inverseComputed(buffer)) {
         vf_RequireKernelSize(buffer);
     }
@@ -56,8 +56,7 @@ void transform(vxFrequencyBuffer& buffer) {
     const bool masked = Access::masked(buffer) != 0;
     const long bandLow = masked ? Access::maskedMiny(buffer) : 0;
     const long bandHigh = masked ? Access::maskedMaxy(buffer) : Access::height(buffer);
-    vf_ComplexFFT2D(Access::data(buffer), {Access::width(buffer), Access::height(buffer)}, -1, bandLow,
-                    bandHigh);
+    vf_ComplexFFT2D(Access::data(buffer), Access::size(buffer), -1, bandLow, bandHigh);
 }
 
 // The spatial samples: the buffer's own, transformed here unless it is consumed, or those of a transformed

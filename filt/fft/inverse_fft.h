@@ -11,7 +11,7 @@
 /// always read in place.
 ///
 /// Every operation throws Uninitialized for a buffer without samples, and InvalidSize for a loaded buffer of
-/// a size that no kernel can do, before anything changes.
+/// a size that no kernel can do or, where it is copied, of a source size above 2048, before anything changes.
 #pragma once
 
 #include "filt/fft/frequency_buffer.h"
@@ -43,7 +43,7 @@ VX_EXPORT void vfInverseFFT(vxFrequencyBuffer& buffer, vxPelBuffer<T>& image, bo
 template <vx_Pel T>
 VX_EXPORT void vfInverseFFT(const vxFrequencyBuffer& buffer, vxPelBuffer<T>& image, bool normalize);
 
-/// Real and imaginary image.
+/// Real and imaginary image. Here a bound output takes the client transform, too.
 VX_EXPORT void vfInverseFFT(vxFrequencyBuffer& buffer, vxPelBuffer<double>& real,
                             vxPelBuffer<double>& imaginary, bool inPlace);
 VX_EXPORT void vfInverseFFT(const vxFrequencyBuffer& buffer, vxPelBuffer<double>& real,

@@ -1,20 +1,12 @@
 #include "filt/fft/map_image.h"
 
 #include "filt/internal/convert.h"
+#include "filt/internal/pel_row.h"
 
 #include <cmath>
-#include <cstddef>
 
 namespace {
 using Pel = unsigned char;
-
-const double* rowOf(const vxPelBuffer_const<double>& image, long y) {
-    return image.pointToOffset() + static_cast<std::ptrdiff_t>(y) * image.rowUpdate();
-}
-
-Pel* rowOf(const vxPelBuffer<Pel>& image, long y) {
-    return image.pointToOffset() + static_cast<std::ptrdiff_t>(y) * image.rowUpdate();
-}
 
 struct Range {
     double lo = static_cast<double>(1e20F);
@@ -26,7 +18,7 @@ struct Range {
 Range rangeOf(const vxPelBuffer_const<double>& image) {
     Range range;
     for (long y = 0; y < image.height(); ++y) {
-        const double* row = rowOf(image, y);
+        const double* row = vf_PelRow(image, y);
         for (long x = 0; x < image.width(); ++x) {
             if (!(range.hi >= row[x])) {
                 range.hi = row[x];
@@ -48,8 +40,8 @@ double extent(const Range& range) {
 template <class Map>
 void mapPels(const vxPelBuffer_const<double>& source, const vxPelBuffer<Pel>& result, Map map) {
     for (long y = 0; y < source.height(); ++y) {
-        const double* from = rowOf(source, y);
-        Pel* to = rowOf(result, y);
+        const double* from = vf_PelRow(source, y);
+        Pel* to = vf_PelRow(result, y);
         for (long x = 0; x < source.width(); ++x) {
             to[x] = map(from[x]);
         }

@@ -14,10 +14,13 @@ struct vx_FrequencyBufferAccess {
         return vxFrequencyBuffer::allocatedSize(buffer.sourceWidth_, buffer.sourceHeight_);
     }
     static void swap(vxFrequencyBuffer& a, vxFrequencyBuffer& b) noexcept { a.swap(b); }
+    /// Throws Uninitialized for a buffer without samples.
+    static void requireSamples(const vxFrequencyBuffer& buffer) { buffer.requireSamples(); }
     /// Null when uninitialized. Writable even through a const buffer.
     static float* data(const vxFrequencyBuffer& buffer) { return buffer.data_; }
     /// Complex samples; not for a buffer that was loaded without any.
     static std::uint64_t sampleCount(const vxFrequencyBuffer& buffer) { return buffer.sampleCount(); }
+    static vxPair<long> size(const vxFrequencyBuffer& buffer) { return {buffer.width_, buffer.height_}; }
     static long width(const vxFrequencyBuffer& buffer) { return buffer.width_; }
     static long height(const vxFrequencyBuffer& buffer) { return buffer.height_; }
     static long sourceWidth(const vxFrequencyBuffer& buffer) { return buffer.sourceWidth_; }

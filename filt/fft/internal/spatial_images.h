@@ -5,6 +5,7 @@
 
 #include "filt/fft/internal/periodic_copy.h"
 #include "filt/internal/buffer_access.h"
+#include "filt/internal/pel_row.h"
 
 /// Row y of the samples, 2 * width floats.
 inline const float* vf_SampleRow(const vxFrequencyBuffer& buffer, long y) {
@@ -21,7 +22,7 @@ vxPelBuffer<T> vf_ImageOf(const vxFrequencyBuffer& spatial, ValueOf valueOf) {
     image.copyXforms(vx_FrequencyBufferAccess::xformCache(spatial));
     for (long y = 0; y < image.height(); ++y) {
         const float* samples = vf_SampleRow(spatial, y);
-        T* pels = image.pointToOffset() + y * image.rowUpdate();
+        T* pels = vf_PelRow(image, y);
         for (long x = 0; x < image.width(); ++x) {
             pels[x] = valueOf(samples[2 * x], samples[2 * x + 1]);
         }

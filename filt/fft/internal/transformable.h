@@ -8,13 +8,6 @@
 
 #include <bit>
 
-/// Throws Uninitialized for a buffer without samples.
-inline void vf_RequireSamples(const vxFrequencyBuffer& buffer) {
-    if (vx_FrequencyBufferAccess::data(buffer) == nullptr) {
-        throw vxFrequencyDefs::Uninitialized(vx_Messages::bufferUninitialized);
-    }
-}
-
 /// Throws InvalidSize for a size that no kernel can do, which only a loaded buffer has.
 inline void vf_RequireKernelSize(const vxFrequencyBuffer& buffer) {
     constexpr long kernelLimit = 32768; // The kernels' tables end there.
