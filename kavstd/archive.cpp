@@ -1,6 +1,5 @@
 #include "kavstd/archive.h"
 
-#include "kavstd/internal/archive_records.h"
 #include "kavstd/internal/archive_state.h"
 
 #include <algorithm>
