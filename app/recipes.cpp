@@ -184,7 +184,6 @@ vxPelBuffer<double> imageOf(vxFrequencyBuffer& spectrum, Part part, long width, 
 }
 
 void checkSettings(const FilterSettings& settings) {
-    checkFilter(settings.filter);
     if (settings.raw && (settings.padding || settings.part)) {
         throw UsageError(
             "--raw has its own padding and reads magnitudes; it goes with neither --pad nor --part");
@@ -199,6 +198,7 @@ void checkSettings(const FilterSettings& settings) {
 
 FilterResult filterImage(const Image& source, const FilterSettings& settings) {
     checkSettings(settings);
+    checkFilter(settings.filter);
     checkKernelSize(settings, source);
     FilterResult result;
     result.image.depth = settings.depth.value_or(source.depth);

@@ -52,7 +52,7 @@ struct FilterSettings {
     bool raw = false;
 };
 
-/// UsageError where settings contradict each other or the filter is wrong for every image.
+/// UsageError where settings other than the filter contradict each other.
 void checkSettings(const FilterSettings& settings);
 
 struct FilterResult {

@@ -234,6 +234,13 @@ TEST(FilterImage, KeepsTheDepthUnlessAsked) {
     }
 }
 
+TEST(FilterImage, RefusesFiltersThatAreWrongForEveryImage) {
+    const FilterSettings settings = settingsFor({"bandpass", 0.7, 0.1, 0, 0});
+    const app::Image image = patternImage(8, 8, Depth::bits8);
+    EXPECT_EQ(refusal<app::UsageError>([&] { static_cast<void>(app::filterImage(image, settings)); }),
+              "Frequency must be between 0.0 and 0.5.");
+}
+
 TEST(FilterImage, RefusesARangeForFloatingPointResults) {
     FilterSettings settings = settingsFor(bandPass);
     settings.range = Range::clip;
@@ -277,8 +284,6 @@ TEST(CheckSettings, RefusesContradictions) {
     settings = rawSettings(false);
     settings.range = Range::clip;
     EXPECT_THAT(refusedSettings(settings), HasSubstr("--raw does not clip"));
-    settings = settingsFor({"bandpass", 0.7, 0.1, 0, 0});
-    EXPECT_EQ(refusedSettings(settings), "Frequency must be between 0.0 and 0.5.");
 }
 
 } // namespace

@@ -5,9 +5,8 @@
 
 #include <iostream>
 
-void addOutput(CLI::App& verb, Output& output) {
-    verb.add_option("-o,--output", output.path, "where to write the result; .png, .tif, .tiff or .pgm")
-        ->required();
+void addOutput(CLI::App& verb, Output& output, const std::string& help) {
+    verb.add_option("-o,--output", output.path, help)->required();
     verb.add_flag("--force", output.force, "overwrite the output if it exists, even if it is an input");
     verb.add_flag("-q,--quiet", output.quiet, "do not report what was done");
 }

@@ -21,7 +21,8 @@ struct Output {
 };
 
 /// -o, --force, -q
-void addOutput(CLI::App& verb, Output& output);
+void addOutput(CLI::App& verb, Output& output,
+               const std::string& help = "where to write the result; .png, .tif, .tiff or .pgm");
 
 /// Before any work: UsageError or WriteError for an output that is of no known format, is one of the inputs
 /// or cannot be written.

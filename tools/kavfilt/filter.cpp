@@ -1,7 +1,9 @@
 #include "app/errors.h"
+#include "app/filter_file.h"
 #include "app/recipes.h"
 #include "app/words.h"
 #include "tools/kavfilt/files.h"
+#include "tools/kavfilt/filter_options.h"
 #include "tools/kavfilt/options.h"
 #include "tools/kavfilt/verbs.h"
 
@@ -13,7 +15,10 @@ namespace {
 struct Request {
     std::string input;
     Output output;
-    app::FilterSettings settings;
+    FilterOptions filter;
+    std::string filterFile;
+    std::optional<bool> pair;
+    app::FilterSettings settings; ///< Without the filter.
 };
 
 void printReport(const Request& request, const app::Image& input, const app::FilterResult& result) {
@@ -24,10 +29,34 @@ void printReport(const Request& request, const app::Image& input, const app::Fil
     printOutput(request.output, result.image.depth);
 }
 
-// Everything that can be refused is refused before the work, the cheapest first.
-void filter(const Request& request) {
+void checkOptions(const CLI::App& verb, const Request& request) {
+    if (verb.count("--type") + verb.count("--filter") != 1) {
+        throw app::UsageError("the filter is either --type or --filter, one of the two");
+    }
+    if (request.filterFile.empty()) {
+        checkFilterOptions(verb, request.filter);
+    } else {
+        checkNoFilterOptions(verb);
+    }
     app::checkSettings(request.settings);
+}
+
+app::FilterParameters filterOf(const Request& request) {
+    app::FilterParameters filter;
+    if (request.filterFile.empty()) {
+        filter = completed(request.filter);
+    } else {
+        filter.built = app::readFilter(request.filterFile);
+    }
+    filter.pair = request.pair;
+    return filter;
+}
+
+// Everything that can be refused is refused before the work, the cheapest first.
+void filter(const CLI::App& verb, Request& request) {
+    checkOptions(verb, request);
     checkOutput(request.output, {request.input});
+    request.settings.filter = filterOf(request);
     const app::Image input = app::readImage(request.input);
     app::checkFormat(request.output.path, request.settings.depth.value_or(input.depth));
     const app::FilterResult result = app::filterImage(input, request.settings);
@@ -37,24 +66,25 @@ void filter(const Request& request) {
     }
 }
 
-constexpr const char* explanation = R"(Units
-  --frequency is the radius of the pass band, in cycles per pixel along x of the
-  transform: 0.1 keeps what repeats about every 10 pixels, in every direction; 0.5
-  is the finest pattern that pixels can hold. --sigma and --plateau are fractions of
-  the filter width, which is the width of the transform: a sigma of 0.02 is
-  0.02 * 512 = 10.24 samples of a 512 wide spectrum, or 0.02 cycles per pixel at any
-  size. Gains are 1 within the plateau on either side of the radius and fall off
-  beyond it as a Gaussian of that sigma. --dc R clears the (2R - 1) x (2R - 1) samples
-  around the DC, so 1 removes just the mean.
+constexpr const char* explanation = R"(
 
 Range of the result (8- and 16-bit outputs)
   --range normalize  the smallest value becomes black and the largest white.
   --range clip       values keep their size and are cut off at black and white. If
-                     the filter removes the mean, so that values lie around zero,
-                     mid-grey (128 or 32768) is added first. If input and output are
-                     of different integer depths, values are scaled by the ratio of
-                     their whites.
-  Floating-point outputs hold the values as they are, signs included.
+                     the filter removes the mean (leaves less than half of it), so
+                     that values lie around zero, mid-grey (128 or 32768) is added
+                     first. If input and output are of different integer depths,
+                     values are scaled by the ratio of their whites.
+  Angles and quadrants have a known range and fill the pels': -pi becomes black and pi
+  white, quadrant 0 black and 3 white (8-bit pels 0, 85, 170, 255). A quadrant is 1 where
+  the real part of the result is negative, plus 2 where the imaginary part is.
+  Floating-point outputs hold the values as they are, signs included: angles in radians,
+  quadrants as 0 .. 3.
+
+Filters from files
+  --filter F.kav takes a filter that "kavfilt save" made, for images whose transform has
+  the size that it was made for. Lobes are stored alone: --pair and --no-pair say here
+  what they say with --type, with the same defaults.
 
 Padding
   Sizes are rounded up to powers of two. --pad mirror extends the image by reflection
@@ -62,7 +92,8 @@ Padding
   result is cropped to the size of the input in any case.
 
 --raw is the library and nothing else: zero padding, magnitudes, which integer depths
-hold rounded and modulo 256 or 65536, or normalised with --range normalize.)";
+hold rounded and modulo 256 or 65536, or normalised with --range normalize. The filter
+is the same.)";
 
 } // namespace
 
@@ -72,27 +103,24 @@ void addFilterVerb(CLI::App& program) {
     app::FilterSettings& settings = request->settings;
     verb->add_option("IN", request->input, "the image, PNG, TIFF or PGM")->required();
     addOutput(*verb, request->output);
-    verb->add_option("--type", settings.filter.type, "the kind of filter")
-        ->required()
-        ->check(CLI::IsMember(app::filterTypes()));
-    verb->add_option("--frequency", settings.filter.frequency,
-                     "radius of the band, 0 to 0.5 cycles per pixel")
-        ->required();
-    verb->add_option("--sigma", settings.filter.sigma, "width of the fall-off, above 0, up to 1")->required();
-    verb->add_option("--plateau", settings.filter.plateau, "half-width of the flat top, 0 to 1; default 0");
-    verb->add_option("--dc", settings.filter.dcRadius,
-                     "radius of the square cleared around the DC; default 0, none");
+    addFilterOptions(*verb, request->filter);
+    verb->add_flag("--pair,!--no-pair", request->pair,
+                   "treat the opposite lobe too or not; default: for gabor-reject only");
+    verb->add_option("--filter", request->filterFile, "a filter from a file instead of --type");
     addChoice<app::Padding>(*verb, "--pad", settings.padding,
                             {{"mirror", app::Padding::mirror}, {"zero", app::Padding::zero}},
                             "how to fill up to the transform's size; default mirror");
     addChoice<app::Part>(*verb, "--part", settings.part,
-                         {{"real", app::Part::real}, {"magnitude", app::Part::magnitude}},
-                         "keep the sign of the result or not; default real");
+                         {{"real", app::Part::real},
+                          {"magnitude", app::Part::magnitude},
+                          {"angle", app::Part::angle},
+                          {"quadrant", app::Part::quadrant}},
+                         "what of the result, which is complex if the filter is one lobe; default real");
     addChoice<app::Range>(*verb, "--range", settings.range,
                           {{"normalize", app::Range::normalize}, {"clip", app::Range::clip}},
                           "how to bring the result into the range of pels; default normalize");
     addDepth(*verb, settings.depth);
     verb->add_flag("--raw", settings.raw, "the library's own padding and reader, nothing on top");
-    verb->footer(explanation);
-    verb->callback([request] { filter(*request); });
+    verb->footer(std::string(filterOptionsExplanation) + explanation);
+    verb->callback([verb, request] { filter(*verb, *request); });
 }

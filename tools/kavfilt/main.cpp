@@ -23,6 +23,7 @@ int run(int argc, char** argv) {
         "Exit codes: 0 done, 1 out of memory, 2 wrong usage, 3 unreadable or unsupported input,\n"
         "4 cannot write or exists, 130 interrupted.");
     addFilterVerb(program);
+    addSaveVerb(program);
     addSpectrumVerb(program);
     addCorrelateVerb(program);
     addConvolveVerb(program);

@@ -7,9 +7,12 @@
 
 #include <CLI/CLI.hpp>
 
+#include <charconv>
 #include <initializer_list>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -30,6 +33,27 @@ CLI::Option* addChoice(CLI::App& verb, const std::string& name, std::optional<T>
         }
     };
     return verb.add_option_function<std::string>(name, assign, help)->check(CLI::IsMember(words));
+}
+
+/// An option whose value is two numbers A,B, or one that stands for both.
+template <class T, class Assign>
+CLI::Option* addOneOrTwo(CLI::App& verb, const std::string& name, const std::string& help,
+                         const Assign& assign) {
+    const auto parse = [name](std::string_view word) {
+        T value{};
+        const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
+        if (error != std::errc() || end != word.data() + word.size()) {
+            throw CLI::ValidationError(name, "\"" + std::string(word) + "\" is not a number");
+        }
+        return value;
+    };
+    const auto split = [parse, assign](const std::string& words) {
+        const std::string_view view = words;
+        const std::size_t comma = view.find(',');
+        const T first = parse(view.substr(0, comma));
+        assign(first, comma == view.npos ? first : parse(view.substr(comma + 1)));
+    };
+    return verb.add_option_function<std::string>(name, split, help)->type_name("A[,B]");
 }
 
 /// --depth 8|16|float|double

@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 void addFilterVerb(CLI::App& program);
+void addSaveVerb(CLI::App& program);
 void addInfoVerb(CLI::App& program);
 void addSpectrumVerb(CLI::App& program);
 void addCorrelateVerb(CLI::App& program);
