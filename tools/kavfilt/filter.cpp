@@ -7,6 +7,7 @@
 #include "tools/kavfilt/options.h"
 #include "tools/kavfilt/verbs.h"
 
+#include <cstdint>
 #include <iostream>
 #include <memory>
 
@@ -104,8 +105,10 @@ void addFilterVerb(CLI::App& program) {
     verb->add_option("IN", request->input, "the image, PNG, TIFF or PGM")->required();
     addOutput(*verb, request->output);
     addFilterOptions(*verb, request->filter);
-    verb->add_flag("--pair,!--no-pair", request->pair,
-                   "treat the opposite lobe too or not; default: for gabor-reject only");
+    // A function, because CLI sets the variable of a flag to false when the flag is not given.
+    verb->add_flag_function(
+        "--pair,!--no-pair", [&pair = request->pair](std::int64_t count) { pair = count > 0; },
+        "treat the opposite lobe too or not; default: for gabor-reject only");
     verb->add_option("--filter", request->filterFile, "a filter from a file instead of --type");
     addChoice<app::Padding>(*verb, "--pad", settings.padding,
                             {{"mirror", app::Padding::mirror}, {"zero", app::Padding::zero}},
