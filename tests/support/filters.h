@@ -52,6 +52,24 @@ inline vxPersistent* loadPointer(const std::string& bytes) {
     return object;
 }
 
+/// A filter of a user's own that adds a part to another: a bool, which must not be true when loaded.
+template <class Filter>
+class Extended : public Filter {
+public:
+    using Filter::Filter;
+    bool refused = false;
+
+protected:
+    void dispatchSerialize(vxArchive& archive) override {
+        Filter::dispatchSerialize(archive);
+        bool value = refused;
+        archive || value;
+        if (archive.isLoading() && value) {
+            archive.refuse("an added part");
+        }
+    }
+};
+
 /// Parameters of any of the four filters.
 struct Parameters {
     double sigma = 0.05;

@@ -132,6 +132,35 @@ TEST(BandPass, RowLimitIsNotScaledByTheAspect) {
     EXPECT_EQ(buffer.getReal(0, -10, true), 0.0);
 }
 
+// Where single precision rounds the square of the outer radius up to n, samples at the square n - 1 are still
+// in the ring.
+TEST(BandPass, TheOuterRadiusIsSquaredInSinglePrecision) {
+    long tested = 0;
+    for (int n = 400; n < 1600; ++n) {
+        const float outer = std::sqrt(static_cast<float>(n));
+        if (outer * outer != static_cast<float>(n) ||
+            static_cast<double>(outer) * static_cast<double>(outer) >= n) {
+            continue;
+        }
+        const vxFrequencyFilterBandPass filter(0.5 / 64, 4.0 / 64, static_cast<double>(outer - 9.0F) / 64,
+                                               {64, 64}, 0);
+        ASSERT_EQ(filter.supportWidth(), 9);
+        vxFrequencyBuffer buffer = ones(64, 64);
+        filter.apply(buffer);
+        for (long v = 0; v < 32; ++v) {
+            for (long u = 0; u < 32; ++u) {
+                if (u * u + v * v == n - 1) {
+                    EXPECT_GT(buffer.getReal(u, v, true), 0.0) << n;
+                    ++tested;
+                } else if (u * u + v * v == n) {
+                    EXPECT_EQ(buffer.getReal(u, v, true), 0.0) << n;
+                }
+            }
+        }
+    }
+    EXPECT_GT(tested, 0);
+}
+
 TEST(BandPass, ClearsASquareAroundDc) {
     vxFrequencyBuffer buffer = ones(16, 16);
     vxFrequencyFilterBandPass(1.0, 1.0, 0.0, {16, 16}, 2).apply(buffer);
@@ -231,5 +260,6 @@ TEST(BandPass, LoadsNoImpossibleTable) {
     refuses({.profile = std::vector<float>(31)});
     refuses({.profile = std::vector<float>(33)});
     refuses({.supportWidth = 1, .profile = std::vector<float>(96)});
+    refuses({.supportWidth = 3, .profile = std::vector<float>(97)});
 }
 } // namespace

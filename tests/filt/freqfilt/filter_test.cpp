@@ -36,6 +36,7 @@ public:
     void serializeBase(vxArchive& archive, unsigned char version) {
         vxFrequencyFilter::serialize_(archive, version);
     }
+    void dispatchBase(vxArchive& archive) { vxFrequencyFilter::dispatchSerialize(archive); }
     void serialize_(vxArchive& archive, unsigned char version) override {
         if (version != 0) {
             throw vxArchive::UnknownVersion("filter_test", __LINE__);
@@ -198,5 +199,17 @@ TEST(FrequencyFilter, ArchivedTwiceInOnePassIsWrittenOnce) {
     vxPersistent& object = filter;
     archive || object || object;
     EXPECT_EQ(stream.str(), storeObject(filter));
+}
+
+// A version byte and the flag.
+TEST(FrequencyFilter, TheBasesPartIsWrittenOnceInAPass) {
+    Scale filter(3.0F);
+    std::ostringstream stream;
+    vxOutputArchive archive(stream);
+    const std::size_t header = stream.str().size();
+    filter.dispatchBase(archive);
+    EXPECT_EQ(stream.str().substr(header), std::string("\0\1", 2));
+    filter.dispatchBase(archive);
+    EXPECT_EQ(stream.str().size(), header + 2);
 }
 } // namespace

@@ -260,6 +260,7 @@ TEST(Gabor, LoadsNoImpossibleTable) {
     refuses({.size = {4, 5}});
     refuses({.radius = LONG_MIN});
     refuses({.patch = {}});
+    refuses({.patch = std::vector<float>(4)});
 }
 
 // Any angle may be loaded; one that is no number lays the patch on DC.

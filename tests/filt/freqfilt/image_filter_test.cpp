@@ -256,6 +256,21 @@ TEST(ImageFilter, UnknownVersionReadsAndWritesNothing) {
     EXPECT_EQ(stream.str(), header);
 }
 
+// What the filter had committed is taken back when a part that was added to it is refused.
+TEST(ImageFilter, ARefusedAddedPartChangesNothing) {
+    using Extended = support::Extended<Filter>;
+    Extended filter(filled(8, 4, 1));
+    filter.refused = true;
+    const std::string bad = storeObject(filter);
+    Extended target(filled(2, 2, 2));
+    Extended empty;
+    for (Extended* object : {&target, &empty}) {
+        const std::string before = storeObject(*object);
+        EXPECT_THROW(loadObject(*object, bad), vxArchive::Malformed);
+        EXPECT_EQ(storeObject(*object), before);
+    }
+}
+
 TEST(ImageFilter, TruncatedAndCorruptArchivesDoNoHarm) {
     Filter filter(filled(2, 2, 1));
     const std::string bytes = storeObject(filter);

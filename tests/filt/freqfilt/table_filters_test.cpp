@@ -702,6 +702,24 @@ TYPED_TEST(TableFilter, TruncatedArchivesChangeNothing) {
     }
 }
 
+// What the filter had committed is taken back when a part that was added to it is refused.
+TYPED_TEST(TableFilter, ARefusedAddedPartChangesNothing) {
+    using Extended = support::Extended<Opened<TypeParam>>;
+    Extended filter(Parameters{.radius = 2});
+    const std::string good = storeObject(filter);
+    filter.refused = true;
+    const std::string bad = storeObject(filter);
+    Extended target(Parameters{.sigma = 0.3, .width = 32});
+    Extended unbuilt;
+    for (Extended* object : {&target, &unbuilt}) {
+        const std::string before = storeObject(*object);
+        EXPECT_THROW(loadObject(*object, bad), vxArchive::Malformed);
+        EXPECT_EQ(storeObject(*object), before);
+        loadObject(*object, good);
+        EXPECT_EQ(storeObject(*object), good);
+    }
+}
+
 // Every byte of a small filter's record takes every value: a load is refused and changes nothing, or gives a
 // filter that works and is stored as it was loaded.
 TYPED_TEST(TableFilter, CorruptArchivesDoNoHarm) {

@@ -1,0 +1,52 @@
+#include "filt/freqfilt/internal/ring.h"
+
+#include "tests/oracle/filters.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <vector>
+
+namespace {
+// In a very wide spectrum the outer limit, a float, can lie beyond the last gain: the index is kept inside
+// the table.
+TEST(Ring, TheIndexStaysInTheTable) {
+    constexpr long width = 65536;
+    constexpr long support = 32769;
+    std::vector<float> profile(support * 32, 1.0F);
+    profile.back() = 0.25F;
+    oracle::Plane in{width, 1, std::vector<float>(width * 2, 1.0F)};
+    long beyond = 0;
+    for (int i = 0; i < 64; ++i) {
+        const double frequency = (32767.0 + i / 64.0) / width;
+        const float centre = static_cast<float>(frequency * width);
+        const float outer = centre + static_cast<float>(support);
+        const auto outerSquared = static_cast<std::int64_t>(outer * outer);
+        // A single row has |v| = 1, which the aspect of 1 / width takes to a whole width.
+        for (std::int64_t u = 1; u <= width / 2; ++u) {
+            const std::int64_t squared = u * u + std::int64_t{width} * width;
+            const double distance = std::sqrt(static_cast<double>(squared)) - static_cast<double>(centre);
+            beyond += squared < outerSquared && static_cast<long>(distance * 32.0) >= support * 32 ? 1 : 0;
+        }
+        vx_Ring ring(frequency, support, profile, {width, 1});
+        std::vector<float> out(in.samples.size());
+        ring.multiply(in.samples.data(), out.data(), vx_Outside::zero);
+        const oracle::Band band{.frequency = frequency, .width = width, .height = 1};
+        ASSERT_EQ(out, oracle::applyBand(band, profile, in).samples) << i;
+    }
+    EXPECT_GT(beyond, 0);
+}
+
+// One walk leaves nothing behind for the next.
+TEST(Ring, CanBeWalkedAgain) {
+    const std::vector<float> profile(3 * 32, 0.5F);
+    vx_Ring ring(0.25, 3, profile, {32, 16});
+    const std::vector<float> in(32 * 16 * 2, 1.0F);
+    std::vector<float> first(in.size(), 7.0F);
+    std::vector<float> second(in.size(), 8.0F);
+    ring.multiply(in.data(), first.data(), vx_Outside::zero);
+    ring.multiply(in.data(), second.data(), vx_Outside::zero);
+    EXPECT_EQ(first, second);
+}
+} // namespace
