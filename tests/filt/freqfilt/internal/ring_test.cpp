@@ -19,7 +19,7 @@ TEST(Ring, TheIndexStaysInTheTable) {
     oracle::Plane in{width, 1, std::vector<float>(width * 2, 1.0F)};
     long beyond = 0;
     for (int i = 0; i < 64; ++i) {
-        const double frequency = (32767.0 + i / 64.0) / width;
+        const double frequency = (32767.0 + i / 512.0) / width;
         const float centre = static_cast<float>(frequency * width);
         const float outer = centre + static_cast<float>(support);
         const auto outerSquared = static_cast<std::int64_t>(outer * outer);
