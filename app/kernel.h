@@ -10,7 +10,7 @@ namespace app {
 /// What a kernel's pels count as.
 enum class KernelScale {
     asGiven,
-    unitSum ///< divided by their sum, so that a convolution keeps the brightness
+    unit ///< divided by their sum, so that a convolution keeps the brightness
 };
 
 /// The spectrum of that size that convolves an image with the kernel when it is multiplied in. The kernel's

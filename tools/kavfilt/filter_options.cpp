@@ -15,7 +15,7 @@ enum class Use { no, may, must };
 // Which type takes which options.
 struct Applicable {
     const char* type;
-    Use frequency, sigma, plateau, dc, angle, pair, kernel, unitSum;
+    Use frequency, sigma, plateau, dc, angle, pair, kernel, unit;
 };
 constexpr Use no = Use::no;
 constexpr Use may = Use::may;
@@ -23,7 +23,7 @@ constexpr Use must = Use::must;
 constexpr const char* fromFile = "--filter";
 // clang-format off
 constexpr Applicable applicable[] = {
-    //               --frequency --sigma --plateau --dc --angle --pair --kernel --unit-sum
+    //               --frequency --sigma --plateau --dc --angle --pair --kernel --unit
     {"bandpass",     must,       must,   may,      may, no,     no,    no,      no},
     {"bandreject",   must,       must,   may,      may, no,     no,    no,      no},
     {"gabor",        must,       must,   may,      may, must,   may,   no,      no},
@@ -39,7 +39,7 @@ constexpr Named named[] = {
     {"--frequency", &Applicable::frequency}, {"--sigma", &Applicable::sigma},
     {"--plateau", &Applicable::plateau},     {"--dc", &Applicable::dc},
     {"--angle", &Applicable::angle},         {"--pair", &Applicable::pair},
-    {"--kernel", &Applicable::kernel},       {"--unit-sum", &Applicable::unitSum},
+    {"--kernel", &Applicable::kernel},       {"--unit", &Applicable::unit},
 };
 // clang-format on
 
@@ -87,12 +87,12 @@ const char* const filterOptionsExplanation = R"(Filters
                 with --no-pair.
   image         convolves with a small image, --kernel. The kernel's middle pel
                 (width / 2, height / 2) is its origin, so nothing is shifted. Its pels
-                count as they are, 255 as 255; --unit-sum divides them by their sum,
+                count as they are, 255 as 255; --unit divides them by their sum,
                 so that the brightness is kept. It must not be larger than the image.
 
   bandpass, bandreject   need --frequency --sigma, take --plateau --dc
   gabor, gabor-reject    need --frequency --sigma --angle, take --plateau --dc
-  image                  needs --kernel, takes --unit-sum
+  image                  needs --kernel, takes --unit
 
 Units
   --frequency is the distance from the DC to the middle of the ring or the lobe, in
@@ -132,7 +132,7 @@ void addFilterOptions(CLI::App& verb, FilterOptions& options) {
         "radius of the square around the DC that is cleared, or kept by a reject filter; default 0, none");
     verb.add_option("--kernel", options.kernel, "the image to convolve with, PNG, TIFF or PGM");
     verb.add_flag_callback(
-        "--unit-sum", [&filter] { filter.kernelScale = app::KernelScale::unitSum; },
+        "--unit", [&filter] { filter.kernelScale = app::KernelScale::unit; },
         "divide the kernel by the sum of its pels");
 }
 

@@ -13,7 +13,7 @@ struct FilterOptions {
     std::string kernel;               ///< The kernel's file.
 };
 
-/// --type --frequency --sigma --plateau --angle --dc --kernel --unit-sum
+/// --type --frequency --sigma --plateau --angle --dc --kernel --unit
 void addFilterOptions(CLI::App& verb, FilterOptions& options);
 
 /// UsageError for an option that the type needs and that was not given, one that was given and does not apply
