@@ -75,15 +75,6 @@ Pels part(const Pels& image, long x, long y, const vxPair<long>& size, Padding p
     return result;
 }
 
-// The spectrum of pels in the upper left of a transform of that size.
-vxFrequencyBuffer spectrumOf(const Pels& pels, const vxPair<long>& size) {
-    Pels padded(size.x(), size.y());
-    vfPelCopy<double>(pels, padded);
-    vxFrequencyBuffer spectrum;
-    vfForwardFFT<double>(padded, spectrum);
-    return spectrum;
-}
-
 void add(const Pels& source, Pels destination) {
     for (long y = 0; y < destination.height(); ++y) {
         const double* from = source.pointToRow(source.offset().y() + y);

@@ -161,6 +161,14 @@ vxFrequencyBuffer spectrumOf(const Image& image, Padding padding) {
     return spectrum;
 }
 
+vxFrequencyBuffer spectrumOf(const vxPelBuffer_const<double>& pels, const vxPair<long>& size) {
+    vxPelBuffer<double> padded(size.x(), size.y());
+    vfPelCopy(pels, padded);
+    vxFrequencyBuffer spectrum;
+    vfForwardFFT<double>(padded, spectrum);
+    return spectrum;
+}
+
 vxPelBuffer<double> imageOf(vxFrequencyBuffer& spectrum, Part part, long width, long height) {
     vxPelBuffer<double> pels;
     vxPelBuffer<double> other;

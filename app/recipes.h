@@ -35,6 +35,9 @@ void checkTransformable(const Image& image);
 /// The spectrum of an image. UnreadableError when pels are not finite or too large for single precision.
 [[nodiscard]] vxFrequencyBuffer spectrumOf(const Image& image, Padding padding);
 
+/// The spectrum of pels from (0, 0) on in an image of that size, zero elsewhere.
+[[nodiscard]] vxFrequencyBuffer spectrumOf(const vxPelBuffer_const<double>& pels, const vxPair<long>& size);
+
 /// The image of that size that a spectrum stands for. The spectrum is consumed.
 [[nodiscard]] vxPelBuffer<double> imageOf(vxFrequencyBuffer& spectrum, Part part, long width, long height);
 
