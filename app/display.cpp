@@ -64,36 +64,27 @@ std::vector<double> magnitudesOf(const Pels& values) {
     return result;
 }
 
-// Black to white, 0 to 1, for magnitudes.
+// Black for 0 to white for the largest magnitude, as 0 to 1.
 class LogScale {
 public:
     explicit LogScale(std::vector<double> magnitudes) {
         const auto middle = magnitudes.begin() + static_cast<std::ptrdiff_t>(magnitudes.size() / 2);
         std::nth_element(magnitudes.begin(), middle, magnitudes.end());
-        const double median = *middle;
         const double largest = *std::max_element(middle, magnitudes.end());
-        // What is smaller than the transform's rounding has nothing to show.
+        // Most samples of a picture are a floor of noise far below the few that matter: it stays dark. What
+        // is smaller than the transform's rounding has nothing to show.
+        constexpr double floor = 0.25; // Of the median, where the scale turns from linear to logarithmic.
         constexpr double rounding = 1e-7;
-        unit_ = std::max(median, rounding * largest);
-        if (unit_ > 0) {
-            highest_ = std::log1p(largest / unit_);
-            // Most samples of a picture are a floor of noise far below the few that matter; it gets the
-            // lowest part. Where all are about the same, they are white.
-            constexpr double floorGrey = 48.0 / 255;
-            gain_ = (1 - floorGrey) / std::max(highest_ - std::log1p(median / unit_), 1.0);
-        }
+        unit_ = std::max(floor * *middle, rounding * largest);
+        gain_ = unit_ > 0 ? 1 / std::log1p(largest / unit_) : 0;
     }
 
     double operator()(double magnitude) const {
-        if (!(unit_ > 0)) {
-            return 0;
-        }
-        return std::clamp(1 - (highest_ - std::log1p(magnitude / unit_)) * gain_, 0.0, 1.0);
+        return unit_ > 0 ? std::log1p(magnitude / unit_) * gain_ : 0;
     }
 
 private:
     double unit_ = 0; // 0: all magnitudes are.
-    double highest_ = 0;
     double gain_ = 0;
 };
 

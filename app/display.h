@@ -14,8 +14,8 @@ enum class View { magnitude, phase, real, imaginary };
 
 /// From the values of a view to grey. Each is monotonic and saturates at black and white; none wraps.
 enum class Mapping {
-    /// White for the largest magnitude, a dark grey for the median, logarithmic between and below. Views with
-    /// signs lie on either side of mid-grey.
+    /// Black for 0, or mid-grey for views with signs, to white for the largest size; logarithmic from well
+    /// below the median on, so that the noise of a picture is dark.
     log,
     /// Black for 0, or mid-grey for views with signs, to white for the size that one sample in a thousand
     /// reaches, the DC left out, or for a hundredth of the largest such size if that is more.

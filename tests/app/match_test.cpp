@@ -159,7 +159,7 @@ TEST(FindPattern, FindsFractionsOfAPel) {
         const app::Match match = app::findPattern(spots(64, 64, shift, 2 - 0.7 * shift), pattern);
         worst = std::max({worst, std::abs(match.x - 16 - shift), std::abs(match.y - 19 + 0.7 * shift)});
     }
-    EXPECT_LT(worst, 0.03);
+    EXPECT_LT(worst, 0.01);
     EXPECT_EQ(app::findPattern(spots(64, 64, 3, -2), pattern).x, 19);
 }
 

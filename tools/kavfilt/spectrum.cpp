@@ -47,9 +47,9 @@ constexpr const char* explanation = R"(The picture
   With --corner the DC lies at the upper left and frequencies follow as they are stored.
 
 From values to grey (8-bit outputs). Every mapping saturates; none wraps.
-  --map log     the largest magnitude is white, the median a dark grey, logarithmic
-                between and below. Real and imaginary parts lie on either side of
-                mid-grey: negative darker, positive brighter. The default but for phases.
+  --map log     0 is black, the largest magnitude white, logarithmic from well below
+                the median on. Real and imaginary parts: 0 is mid-grey, negative
+                values are darker, positive ones brighter. The default but for phases.
   --map linear  0 is black (real and imaginary parts: mid-grey); one sample in a
                 thousand, and the DC, is white. For a range of your own: --map range.
   --map range   --min is black, --max white.
