@@ -165,6 +165,7 @@ void checkWritable(const fs::path& path, Overwrite overwrite) {
 void writeFile(const fs::path& path, std::span<const unsigned char> bytes, Overwrite overwrite) {
     checkWritable(path, overwrite);
     const fs::path target = resolved(path);
+    const fs::path folder = folderOf(target); // Nothing may fail once the file is there.
     TemporaryFile file(target, path);
     file.write(bytes);
     file.takePermissionsOf(target);
@@ -175,7 +176,7 @@ void writeFile(const fs::path& path, std::span<const unsigned char> bytes, Overw
     } else {
         file.become(target);
     }
-    flushFolder(folderOf(target));
+    flushFolder(folder);
 }
 
 bool isSameFile(const fs::path& a, const fs::path& b) {

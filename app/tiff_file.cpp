@@ -53,7 +53,8 @@ static tmsize_t onTiffRead(thandle_t handle, void* to, tmsize_t size) {
     return got;
 }
 
-static tmsize_t onTiffWriteNothing(thandle_t, void*, tmsize_t) {
+// A file that is read is never written, and the other way round.
+static tmsize_t onTiffNever(thandle_t, void*, tmsize_t) {
     return -1;
 }
 
@@ -92,16 +93,6 @@ static tmsize_t onMemoryWrite(thandle_t handle, void* from, tmsize_t size) {
     return size;
 }
 
-// libtiff reads back what it wrote when it links directories.
-static tmsize_t onMemoryRead(thandle_t handle, void* to, tmsize_t size) {
-    Session& session = *static_cast<Session*>(handle);
-    const std::size_t left = session.bytes->size() - std::min(session.position, session.bytes->size());
-    const std::size_t got = std::min(left, static_cast<std::size_t>(size));
-    std::memcpy(to, session.bytes->data() + session.position, got);
-    session.position += got;
-    return static_cast<tmsize_t>(got);
-}
-
 static toff_t onMemorySeek(thandle_t handle, toff_t offset, int whence) {
     Session& session = *static_cast<Session*>(handle);
     const std::size_t from = whence == SEEK_SET   ? 0
@@ -135,11 +126,11 @@ Handle open(Session& session, bool reading) {
     TIFFOpenOptionsSetErrorHandlerExtR(options.get(), onTiffError, &session);
     TIFFOpenOptionsSetWarningHandlerExtR(options.get(), onTiffWarning, &session);
     if (reading) {
-        return Handle(TIFFClientOpenExt("", "rm", &session, onTiffRead, onTiffWriteNothing, onTiffSeek,
-                                        onTiffClose, onTiffSize, nullptr, nullptr, options.get()));
+        return Handle(TIFFClientOpenExt("", "rm", &session, onTiffRead, onTiffNever, onTiffSeek, onTiffClose,
+                                        onTiffSize, nullptr, nullptr, options.get()));
     }
-    return Handle(TIFFClientOpenExt("", "wl", &session, onMemoryRead, onMemoryWrite, onMemorySeek,
-                                    onTiffClose, onMemorySize, nullptr, nullptr, options.get()));
+    return Handle(TIFFClientOpenExt("", "wl", &session, onTiffNever, onMemoryWrite, onMemorySeek, onTiffClose,
+                                    onMemorySize, nullptr, nullptr, options.get()));
 }
 
 // How the samples of a grey or RGB file lie in its rows.

@@ -68,6 +68,11 @@ void filter(const CLI::App& verb, Request& request) {
 }
 
 constexpr const char* explanation = R"(
+Inputs
+  Formats are told by the content, not the name. Colour is converted to luminance
+  (Rec. 709 weights), transparency is left out, palettes are looked up, pels of 1, 2
+  and 4 bits and PGM pels of another maximal value are scaled to the whole range of 8
+  or 16 bits; of several pages the first is read. The report says so.
 
 Range of the result (8- and 16-bit outputs)
   --range normalize  the smallest value becomes black and the largest white.

@@ -56,4 +56,28 @@ TEST(Main, NoticesThatItsOutputIsLost) {
     EXPECT_EQ(readBytes(folder / "errors"), bytesOf("kavfilt: cannot write to the standard output\n"));
 }
 
+// Sanitizers reserve more address space than any limit that would tell.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool limitsTell = false;
+#elif defined(__has_feature)
+constexpr bool limitsTell = !__has_feature(address_sanitizer) && !__has_feature(thread_sanitizer);
+#else
+constexpr bool limitsTell = true;
+#endif
+
+TEST(Main, SaysWhenMemoryRunsOut) {
+    if (!limitsTell) {
+        GTEST_SKIP() << "a sanitizer is at work";
+    }
+    const TemporaryFolder folder;
+    writeBytes(folder / "x", bytesOf("P5 2048 2048 255\n" + std::string(2048L * 2048L, 'x')));
+    const std::string command = "cd '" + folder.path().string() +
+                                "' && ulimit -v 100000 && '" KAV_PROGRAM
+                                "' filter x -o out.pgm --type bandpass --frequency 0.2 --sigma 0.1 2> errors";
+    const int status = std::system(command.c_str());
+    EXPECT_EQ(WEXITSTATUS(status), 1);
+    EXPECT_EQ(readBytes(folder / "errors"), bytesOf("kavfilt: out of memory\n"));
+    EXPECT_THAT(folder.names(), testing::UnorderedElementsAre("x", "errors"));
+}
+
 } // namespace
