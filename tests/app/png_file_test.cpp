@@ -16,7 +16,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 // A PNG file as libpng itself writes it.
-struct Spec {
+struct Layout {
     png_uint_32 width = 1;
     png_uint_32 height = 1;
     int bits = 8;
@@ -32,26 +32,26 @@ void append(png_structp png, png_bytep from, std::size_t size) {
 }
 
 // Rows of packed samples, one after the other.
-Bytes makePng(const Spec& spec, Bytes rows) {
+Bytes makePng(const Layout& layout, Bytes rows) {
     Bytes bytes;
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
     png_infop info = png_create_info_struct(png);
     png_set_write_fn(png, &bytes, append, nullptr);
-    png_set_IHDR(png, info, spec.width, spec.height, spec.bits, spec.type,
-                 spec.interlaced ? PNG_INTERLACE_ADAM7 : PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+    png_set_IHDR(png, info, layout.width, layout.height, layout.bits, layout.type,
+                 layout.interlaced ? PNG_INTERLACE_ADAM7 : PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
                  PNG_FILTER_TYPE_DEFAULT);
-    if (!spec.palette.empty()) {
-        png_set_PLTE(png, info, spec.palette.data(), static_cast<int>(spec.palette.size()));
+    if (!layout.palette.empty()) {
+        png_set_PLTE(png, info, layout.palette.data(), static_cast<int>(layout.palette.size()));
     }
-    if (!spec.transparency.empty()) {
-        png_set_tRNS(png, info, spec.transparency.data(), static_cast<int>(spec.transparency.size()),
+    if (!layout.transparency.empty()) {
+        png_set_tRNS(png, info, layout.transparency.data(), static_cast<int>(layout.transparency.size()),
                      nullptr);
     }
     png_write_info(png, info);
     const std::size_t rowBytes = png_get_rowbytes(png, info);
-    EXPECT_EQ(rows.size(), rowBytes * spec.height);
+    EXPECT_EQ(rows.size(), rowBytes * layout.height);
     std::vector<png_bytep> pointers;
-    for (std::size_t y = 0; y < spec.height; ++y) {
+    for (std::size_t y = 0; y < layout.height; ++y) {
         pointers.push_back(rows.data() + y * rowBytes);
     }
     png_write_image(png, pointers.data());
@@ -98,9 +98,9 @@ TEST(Png, ConvertsColourToLuminanceAndSaysSo) {
 }
 
 TEST(Png, LooksPalettesUp) {
-    Spec spec{4, 1, 2, PNG_COLOR_TYPE_PALETTE};
-    spec.palette = {{0, 0, 0}, {255, 0, 0}, {0, 255, 0}, {9, 9, 9}};
-    const app::Image image = read(makePng(spec, {0x1b}));
+    Layout layout{4, 1, 2, PNG_COLOR_TYPE_PALETTE};
+    layout.palette = {{0, 0, 0}, {255, 0, 0}, {0, 255, 0}, {9, 9, 9}};
+    const app::Image image = read(makePng(layout, {0x1b}));
     EXPECT_EQ(image.depth, Depth::bits8);
     EXPECT_THAT(pelsOf(image), ElementsAre(0, luminance(255, 0, 0), luminance(0, 255, 0), 9));
     EXPECT_THAT(image.notes, ElementsAre("colour is converted to luminance"));
@@ -113,10 +113,10 @@ TEST(Png, LeavesTransparencyOutAndSaysSo) {
     const app::Image colour = read(makePng({1, 1, 8, PNG_COLOR_TYPE_RGB_ALPHA}, {50, 60, 70, 0}));
     EXPECT_THAT(pelsOf(colour), ElementsAre(luminance(50, 60, 70)));
     EXPECT_EQ(colour.notes.size(), 2U);
-    Spec spec{2, 1, 8, PNG_COLOR_TYPE_PALETTE};
-    spec.palette = {{5, 5, 5}, {6, 6, 6}};
-    spec.transparency = {0, 128};
-    const app::Image looked = read(makePng(spec, {1, 0}));
+    Layout layout{2, 1, 8, PNG_COLOR_TYPE_PALETTE};
+    layout.palette = {{5, 5, 5}, {6, 6, 6}};
+    layout.transparency = {0, 128};
+    const app::Image looked = read(makePng(layout, {1, 0}));
     EXPECT_THAT(pelsOf(looked), ElementsAre(6, 5));
     EXPECT_THAT(looked.notes, ElementsAre("colour is converted to luminance", "transparency is left out"));
 }
@@ -127,9 +127,9 @@ TEST(Png, ReadsInterlacedFiles) {
     for (const double pel : pelsOf(image)) {
         rows.push_back(static_cast<unsigned char>(pel));
     }
-    Spec spec{13, 11};
-    spec.interlaced = true;
-    EXPECT_EQ(pelsOf(read(makePng(spec, rows))), pelsOf(image));
+    Layout layout{13, 11};
+    layout.interlaced = true;
+    EXPECT_EQ(pelsOf(read(makePng(layout, rows))), pelsOf(image));
 }
 
 TEST(Png, WritesWhatItReads) {
@@ -188,15 +188,15 @@ TEST(Png, SaysWhatIsWrong) {
 
 TEST(Png, RefusesEveryTruncation) {
     expectEveryTruncationRefused(app::readPng, app::encodePng(patternImage(9, 7, Depth::bits16)));
-    Spec spec{4, 3, 8, PNG_COLOR_TYPE_RGB, true};
-    expectEveryTruncationRefused(app::readPng, makePng(spec, Bytes(36, 77)));
+    Layout layout{4, 3, 8, PNG_COLOR_TYPE_RGB, true};
+    expectEveryTruncationRefused(app::readPng, makePng(layout, Bytes(36, 77)));
 }
 
 TEST(Png, SurvivesEveryByteFlip) {
     expectEveryFlipReadOrRefused(app::readPng, app::encodePng(patternImage(9, 7, Depth::bits8)));
-    Spec spec{4, 1, 2, PNG_COLOR_TYPE_PALETTE};
-    spec.palette = {{0, 0, 0}, {255, 0, 0}, {0, 255, 0}, {9, 9, 9}};
-    expectEveryFlipReadOrRefused(app::readPng, makePng(spec, {0x1b}));
+    Layout layout{4, 1, 2, PNG_COLOR_TYPE_PALETTE};
+    layout.palette = {{0, 0, 0}, {255, 0, 0}, {0, 255, 0}, {9, 9, 9}};
+    expectEveryFlipReadOrRefused(app::readPng, makePng(layout, {0x1b}));
 }
 
 TEST(Png, CanBeCancelledAtEveryRow) {

@@ -19,7 +19,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 // A TIFF file as libtiff itself writes it.
-struct Spec {
+struct Layout {
     std::uint32_t width = 1;
     std::uint32_t height = 1;
     std::uint16_t bits = 8;
@@ -35,24 +35,24 @@ struct Spec {
     int pages = 1;
 };
 
-void writePage(TIFF* tiff, const Spec& spec, Bytes data) {
-    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, spec.width);
-    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, spec.height);
-    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, spec.bits);
-    TIFFSetField(tiff, TIFFTAG_SAMPLEFORMAT, spec.format);
-    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, spec.samples);
-    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, spec.photometric);
-    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, spec.planar);
-    TIFFSetField(tiff, TIFFTAG_COMPRESSION, spec.compression);
-    TIFFSetField(tiff, TIFFTAG_ORIENTATION, spec.orientation);
-    if (!spec.palette.empty()) {
-        const std::size_t count = spec.palette.size() / 3;
-        const std::uint16_t* colours = spec.palette.data();
+void writePage(TIFF* tiff, const Layout& layout, Bytes data) {
+    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, layout.width);
+    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, layout.height);
+    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, layout.bits);
+    TIFFSetField(tiff, TIFFTAG_SAMPLEFORMAT, layout.format);
+    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, layout.samples);
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, layout.photometric);
+    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, layout.planar);
+    TIFFSetField(tiff, TIFFTAG_COMPRESSION, layout.compression);
+    TIFFSetField(tiff, TIFFTAG_ORIENTATION, layout.orientation);
+    if (!layout.palette.empty()) {
+        const std::size_t count = layout.palette.size() / 3;
+        const std::uint16_t* colours = layout.palette.data();
         TIFFSetField(tiff, TIFFTAG_COLORMAP, colours, colours + count, colours + 2 * count);
     }
-    if (spec.tile != 0) {
-        TIFFSetField(tiff, TIFFTAG_TILEWIDTH, spec.tile);
-        TIFFSetField(tiff, TIFFTAG_TILELENGTH, spec.tile);
+    if (layout.tile != 0) {
+        TIFFSetField(tiff, TIFFTAG_TILEWIDTH, layout.tile);
+        TIFFSetField(tiff, TIFFTAG_TILELENGTH, layout.tile);
         const std::size_t size = static_cast<std::size_t>(TIFFTileSize(tiff));
         ASSERT_EQ(data.size(), size * TIFFNumberOfTiles(tiff));
         for (std::uint32_t tile = 0; tile < TIFFNumberOfTiles(tiff); ++tile) {
@@ -62,23 +62,23 @@ void writePage(TIFF* tiff, const Spec& spec, Bytes data) {
     }
     TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, 2U);
     const std::size_t size = static_cast<std::size_t>(TIFFScanlineSize(tiff));
-    const std::uint16_t planes = spec.planar == PLANARCONFIG_SEPARATE ? spec.samples : 1;
-    ASSERT_EQ(data.size(), size * spec.height * planes);
+    const std::uint16_t planes = layout.planar == PLANARCONFIG_SEPARATE ? layout.samples : 1;
+    ASSERT_EQ(data.size(), size * layout.height * planes);
     unsigned char* row = data.data();
     for (std::uint16_t plane = 0; plane < planes; ++plane) {
-        for (std::uint32_t y = 0; y < spec.height; ++y, row += size) {
+        for (std::uint32_t y = 0; y < layout.height; ++y, row += size) {
             TIFFWriteScanline(tiff, row, y, plane);
         }
     }
 }
 
 // Samples in the order of the file, in this machine's byte order.
-Bytes makeTiff(const Spec& spec, const Bytes& data) {
+Bytes makeTiff(const Layout& layout, const Bytes& data) {
     const TemporaryFolder folder;
     const std::string path = (folder / "made.tif").string();
-    TIFF* tiff = TIFFOpen(path.c_str(), spec.mode);
-    for (int page = 0; page < spec.pages; ++page) {
-        writePage(tiff, spec, data);
+    TIFF* tiff = TIFFOpen(path.c_str(), layout.mode);
+    for (int page = 0; page < layout.pages; ++page) {
+        writePage(tiff, layout, data);
         TIFFWriteDirectory(tiff);
     }
     TIFFClose(tiff);
@@ -96,8 +96,8 @@ app::Image read(const Bytes& bytes) {
     return readBack(app::readTiff, bytes);
 }
 
-std::string refused(const Spec& spec, const Bytes& data) {
-    return refusal(app::readTiff, makeTiff(spec, data));
+std::string refused(const Layout& layout, const Bytes& data) {
+    return refusal(app::readTiff, makeTiff(layout, data));
 }
 
 double luminance(double red, double green, double blue) {
@@ -129,14 +129,15 @@ TEST(Tiff, ReadsGreyOfEveryDepth) {
 
 TEST(Tiff, ReadsBothByteOrdersAndBigFiles) {
     for (const char* mode : {"wl", "wb", "wl8", "wb8"}) {
-        Spec spec{2, 1, 16};
-        spec.mode = mode;
-        EXPECT_THAT(pelsOf(read(makeTiff(spec, samplesOf<std::uint16_t>({258, 65534})))),
+        Layout layout{2, 1, 16};
+        layout.mode = mode;
+        EXPECT_THAT(pelsOf(read(makeTiff(layout, samplesOf<std::uint16_t>({258, 65534})))),
                     ElementsAre(258, 65534))
             << mode;
-        spec.bits = 64;
-        spec.format = SAMPLEFORMAT_IEEEFP;
-        EXPECT_THAT(pelsOf(read(makeTiff(spec, samplesOf<double>({-0.1, 1e100})))), ElementsAre(-0.1, 1e100))
+        layout.bits = 64;
+        layout.format = SAMPLEFORMAT_IEEEFP;
+        EXPECT_THAT(pelsOf(read(makeTiff(layout, samplesOf<double>({-0.1, 1e100})))),
+                    ElementsAre(-0.1, 1e100))
             << mode;
     }
 }
@@ -149,9 +150,9 @@ TEST(Tiff, ReadsCompressedStrips) {
     }
     for (const std::uint16_t compression : std::initializer_list<std::uint16_t>{
              COMPRESSION_NONE, COMPRESSION_LZW, COMPRESSION_ADOBE_DEFLATE, COMPRESSION_PACKBITS}) {
-        Spec spec{13, 7, 16};
-        spec.compression = compression;
-        EXPECT_EQ(pelsOf(read(makeTiff(spec, samplesOf(values)))), pelsOf(image)) << compression;
+        Layout layout{13, 7, 16};
+        layout.compression = compression;
+        EXPECT_EQ(pelsOf(read(makeTiff(layout, samplesOf(values)))), pelsOf(image)) << compression;
     }
 }
 
@@ -167,9 +168,9 @@ TEST(Tiff, ReadsTiles) {
             data.push_back(inside ? static_cast<unsigned char>(image.pels.pointToRow(y)[x]) : 99);
         }
     }
-    Spec spec{20, 18};
-    spec.tile = 16;
-    EXPECT_EQ(pelsOf(read(makeTiff(spec, data))), pelsOf(image));
+    Layout layout{20, 18};
+    layout.tile = 16;
+    EXPECT_EQ(pelsOf(read(makeTiff(layout, data))), pelsOf(image));
 }
 
 TEST(Tiff, ScalesFewerBits) {
@@ -182,25 +183,25 @@ TEST(Tiff, ScalesFewerBits) {
 }
 
 TEST(Tiff, InvertsMinIsWhiteIntegers) {
-    Spec spec{2, 1};
-    spec.photometric = PHOTOMETRIC_MINISWHITE;
-    const app::Image image = read(makeTiff(spec, {0, 200}));
+    Layout layout{2, 1};
+    layout.photometric = PHOTOMETRIC_MINISWHITE;
+    const app::Image image = read(makeTiff(layout, {0, 200}));
     EXPECT_THAT(pelsOf(image), ElementsAre(255, 55));
     EXPECT_THAT(image.notes, ElementsAre("min-is-white pels are inverted"));
-    spec.bits = 32;
-    spec.format = SAMPLEFORMAT_IEEEFP;
-    const app::Image floats = read(makeTiff(spec, samplesOf<float>({0.25F, 8})));
+    layout.bits = 32;
+    layout.format = SAMPLEFORMAT_IEEEFP;
+    const app::Image floats = read(makeTiff(layout, samplesOf<float>({0.25F, 8})));
     EXPECT_THAT(pelsOf(floats), ElementsAre(0.25, 8));
     EXPECT_THAT(floats.notes, ElementsAre(HasSubstr("as stored")));
 }
 
 TEST(Tiff, ConvertsColourToLuminanceAndSaysSo) {
-    Spec spec{2, 1, 8, SAMPLEFORMAT_UINT, 3, PHOTOMETRIC_RGB};
-    const app::Image image = read(makeTiff(spec, {200, 100, 50, 77, 77, 77}));
+    Layout layout{2, 1, 8, SAMPLEFORMAT_UINT, 3, PHOTOMETRIC_RGB};
+    const app::Image image = read(makeTiff(layout, {200, 100, 50, 77, 77, 77}));
     EXPECT_THAT(pelsOf(image), ElementsAre(wholeLuminance(200, 100, 50), 77));
     EXPECT_THAT(image.notes, ElementsAre("colour is converted to luminance"));
-    spec.planar = PLANARCONFIG_SEPARATE;
-    EXPECT_THAT(pelsOf(read(makeTiff(spec, {200, 77, 100, 77, 50, 77}))),
+    layout.planar = PLANARCONFIG_SEPARATE;
+    EXPECT_THAT(pelsOf(read(makeTiff(layout, {200, 77, 100, 77, 50, 77}))),
                 ElementsAre(wholeLuminance(200, 100, 50), 77));
     const app::Image floats = read(
         makeTiff({1, 1, 32, SAMPLEFORMAT_IEEEFP, 3, PHOTOMETRIC_RGB}, samplesOf<float>({0.5F, -0.25F, 2})));
@@ -211,34 +212,34 @@ TEST(Tiff, LeavesExtraSamplesOutAndSaysSo) {
     const app::Image grey = read(makeTiff({2, 1, 8, SAMPLEFORMAT_UINT, 2}, {10, 0, 20, 255}));
     EXPECT_THAT(pelsOf(grey), ElementsAre(10, 20));
     EXPECT_THAT(grey.notes, ElementsAre("transparency and other extra samples are left out"));
-    Spec spec{2, 1, 8, SAMPLEFORMAT_UINT, 2};
-    spec.planar = PLANARCONFIG_SEPARATE;
-    EXPECT_THAT(pelsOf(read(makeTiff(spec, {10, 20, 0, 255}))), ElementsAre(10, 20));
+    Layout layout{2, 1, 8, SAMPLEFORMAT_UINT, 2};
+    layout.planar = PLANARCONFIG_SEPARATE;
+    EXPECT_THAT(pelsOf(read(makeTiff(layout, {10, 20, 0, 255}))), ElementsAre(10, 20));
     EXPECT_THAT(pelsOf(read(makeTiff({1, 1, 8, SAMPLEFORMAT_UINT, 4, PHOTOMETRIC_RGB}, {9, 8, 7, 0}))),
                 ElementsAre(wholeLuminance(9, 8, 7)));
 }
 
 TEST(Tiff, LooksPalettesUp) {
-    Spec spec{4, 1, 2, SAMPLEFORMAT_UINT, 1, PHOTOMETRIC_PALETTE};
-    spec.palette = {0, 65535, 0, 2570, 0, 0, 65535, 2570, 0, 0, 0, 2570};
-    const app::Image image = read(makeTiff(spec, {0x1b}));
+    Layout layout{4, 1, 2, SAMPLEFORMAT_UINT, 1, PHOTOMETRIC_PALETTE};
+    layout.palette = {0, 65535, 0, 2570, 0, 0, 65535, 2570, 0, 0, 0, 2570};
+    const app::Image image = read(makeTiff(layout, {0x1b}));
     EXPECT_EQ(image.depth, Depth::bits8);
     EXPECT_THAT(pelsOf(image), ElementsAre(0, wholeLuminance(255, 0, 0), wholeLuminance(0, 255, 0), 10));
     EXPECT_THAT(image.notes, ElementsAre("colour is converted to luminance"));
 }
 
 TEST(Tiff, ReadsTheFirstPageAndSaysSo) {
-    Spec spec{2, 1};
-    spec.pages = 3;
-    const app::Image image = read(makeTiff(spec, {4, 5}));
+    Layout layout{2, 1};
+    layout.pages = 3;
+    const app::Image image = read(makeTiff(layout, {4, 5}));
     EXPECT_THAT(pelsOf(image), ElementsAre(4, 5));
     EXPECT_THAT(image.notes, ElementsAre("only the first page is read"));
 }
 
 TEST(Tiff, SaysThatItLeavesTheOrientationOut) {
-    Spec spec{2, 1};
-    spec.orientation = ORIENTATION_BOTRIGHT;
-    const app::Image image = read(makeTiff(spec, {4, 5}));
+    Layout layout{2, 1};
+    layout.orientation = ORIENTATION_BOTRIGHT;
+    const app::Image image = read(makeTiff(layout, {4, 5}));
     EXPECT_THAT(pelsOf(image), ElementsAre(4, 5));
     EXPECT_THAT(image.notes, ElementsAre(HasSubstr("orientation")));
 }
@@ -286,22 +287,22 @@ TEST(Tiff, WritesWhatItReads) {
 // libtiff can do without the link to the next page, the last four bytes.
 TEST(Tiff, RefusesEveryTruncation) {
     expectEveryTruncationRefused(app::readTiff, app::encodeTiff(patternImage(9, 7, Depth::bits16)), 4);
-    Spec spec{9, 7};
-    spec.compression = COMPRESSION_LZW;
-    expectEveryTruncationRefused(app::readTiff, makeTiff(spec, Bytes(63, 5)), 4);
-    Spec tiled{9, 7, 32, SAMPLEFORMAT_IEEEFP};
+    Layout layout{9, 7};
+    layout.compression = COMPRESSION_LZW;
+    expectEveryTruncationRefused(app::readTiff, makeTiff(layout, Bytes(63, 5)), 4);
+    Layout tiled{9, 7, 32, SAMPLEFORMAT_IEEEFP};
     tiled.tile = 16;
     expectEveryTruncationRefused(app::readTiff, makeTiff(tiled, samplesOf(std::vector<float>(256, 2.5F))), 4);
 }
 
 TEST(Tiff, SurvivesEveryByteFlip) {
     expectEveryFlipReadOrRefused(app::readTiff, app::encodeTiff(patternImage(9, 7, Depth::float32)));
-    Spec spec{9, 7, 8, SAMPLEFORMAT_UINT, 3, PHOTOMETRIC_RGB, PLANARCONFIG_SEPARATE, COMPRESSION_LZW};
-    expectEveryFlipReadOrRefused(app::readTiff, makeTiff(spec, Bytes(189, 5)));
-    Spec tiled{9, 7};
+    Layout layout{9, 7, 8, SAMPLEFORMAT_UINT, 3, PHOTOMETRIC_RGB, PLANARCONFIG_SEPARATE, COMPRESSION_LZW};
+    expectEveryFlipReadOrRefused(app::readTiff, makeTiff(layout, Bytes(189, 5)));
+    Layout tiled{9, 7};
     tiled.tile = 16;
     expectEveryFlipReadOrRefused(app::readTiff, makeTiff(tiled, Bytes(256, 5)));
-    Spec palette{4, 1, 2, SAMPLEFORMAT_UINT, 1, PHOTOMETRIC_PALETTE};
+    Layout palette{4, 1, 2, SAMPLEFORMAT_UINT, 1, PHOTOMETRIC_PALETTE};
     palette.palette = {0, 65535, 0, 2570, 0, 0, 65535, 2570, 0, 0, 0, 2570};
     expectEveryFlipReadOrRefused(app::readTiff, makeTiff(palette, {0x1b}));
 }
@@ -311,7 +312,7 @@ TEST(Tiff, CanBeCancelledAtEveryRowAndTile) {
     const Bytes bytes = app::encodeTiff(image);
     EXPECT_EQ(cancelEachPoint([&] { static_cast<void>(app::encodeTiff(image)); }, [] {}), 6);
     EXPECT_EQ(cancelEachPoint([&] { read(bytes); }, [] {}), 6);
-    Spec tiled{20, 18};
+    Layout tiled{20, 18};
     tiled.tile = 16;
     const Bytes tiles = makeTiff(tiled, Bytes(1024, 5));
     EXPECT_EQ(cancelEachPoint([&] { read(tiles); }, [] {}), 4);
