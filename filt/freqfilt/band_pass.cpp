@@ -1,6 +1,7 @@
 #include "filt/freqfilt/band_pass.h"
 
 #include "filt/freqfilt/internal/band_family.h"
+#include "filt/freqfilt/internal/flag_guard.h"
 
 namespace {
 constexpr const vx_FilterKind& kind = vx_Pass;
@@ -150,6 +151,7 @@ void vxFrequencyFilterBandPass::serialize_(vxArchive& archive, unsigned char ver
     if (version != 0) {
         throw vxArchive::UnknownVersion("filt/freqfilt", __LINE__);
     }
+    const vx_FlagGuard guard(initialized_);
     vxFrequencyFilter::dispatchSerialize(archive);
     vf_ArchiveBand(archive, fields_, profile_);
 }

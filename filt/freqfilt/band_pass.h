@@ -66,8 +66,7 @@ public:
     [[nodiscard]] long supportWidth() const;
 
 protected:
-    /// The profile: 32 gains per bin of distance from the centre radius, 16-byte aligned. Null while not
-    /// built.
+    /// The profile: 32 gains per bin of distance from the centre radius, 16-byte aligned; null if not built.
     [[nodiscard]] const float* data() const;
     void dispatchSerialize(vxArchive& archive) override;
     void serialize_(vxArchive& archive, unsigned char version) override;

@@ -1,6 +1,7 @@
 #include "filt/freqfilt/band_reject.h"
 
 #include "filt/freqfilt/internal/band_family.h"
+#include "filt/freqfilt/internal/flag_guard.h"
 
 namespace {
 constexpr const vx_FilterKind& kind = vx_Reject;
@@ -151,6 +152,7 @@ void vxFrequencyFilterBandReject::serialize_(vxArchive& archive, unsigned char v
     if (version != 0) {
         throw vxArchive::UnknownVersion("filt/freqfilt", __LINE__);
     }
+    const vx_FlagGuard guard(initialized_);
     vxFrequencyFilter::dispatchSerialize(archive);
     vf_ArchiveBand(archive, fields_, profile_);
 }

@@ -1,5 +1,6 @@
 #include "filt/freqfilt/gabor.h"
 
+#include "filt/freqfilt/internal/flag_guard.h"
 #include "filt/freqfilt/internal/gabor_family.h"
 
 namespace {
@@ -167,13 +168,7 @@ void vxFrequencyFilterGabor::serialize_(vxArchive& archive, unsigned char versio
     if (version != 0) {
         throw vxArchive::UnknownVersion("filt/freqfilt", __LINE__);
     }
-    // Public here, so it may be called outside an object's load, where nothing rolls the base's part back.
-    const bool initialized = initialized_;
-    try {
-        vxFrequencyFilter::dispatchSerialize(archive);
-        vf_ArchiveGabor(archive, fields_, patch_);
-    } catch (...) {
-        initialized_ = initialized;
-        throw;
-    }
+    const vx_FlagGuard guard(initialized_);
+    vxFrequencyFilter::dispatchSerialize(archive);
+    vf_ArchiveGabor(archive, fields_, patch_);
 }

@@ -10,8 +10,7 @@
 /// Keeps what lies under one elliptical Gaussian lobe with a flat top, centred on a frequency of given
 /// magnitude and direction, and removes everything else, the mirror lobe included: the result is not
 /// Hermitian and its inverse is complex-valued (D. Gabor, Theory of communication, 1946). Optionally clears a
-/// square around DC. A result is masked with the rows of the lobe, so that inverse transforms skip the
-/// others.
+/// square around DC. A result is masked: inverse transforms skip all rows but those of the lobe.
 ///
 /// Lengths are fractions of the filter's width, in pairs: along the lobe's direction, and across it. Rows are
 /// scaled by the aspect of the spectrum, so that angles are those of the image.

@@ -1,5 +1,6 @@
 #include "filt/freqfilt/gabor_reject.h"
 
+#include "filt/freqfilt/internal/flag_guard.h"
 #include "filt/freqfilt/internal/gabor_family.h"
 
 namespace {
@@ -170,6 +171,7 @@ void vxFrequencyFilterGaborReject::serialize_(vxArchive& archive, unsigned char 
     if (version != 0) {
         throw vxArchive::UnknownVersion("filt/freqfilt", __LINE__);
     }
+    const vx_FlagGuard guard(initialized_);
     vxFrequencyFilter::dispatchSerialize(archive);
     vf_ArchiveGabor(archive, fields_, patch_);
 }

@@ -1,6 +1,7 @@
 #include "filt/freqfilt/image_filter.h"
 
 #include "filt/fft/arithmetic.h"
+#include "filt/freqfilt/internal/flag_guard.h"
 #include "filt/internal/buffer_access.h"
 #include "filt/internal/messages.h"
 
@@ -58,8 +59,7 @@ vxFrequencyFilter* vxFrequencyFilterImage::clone() const {
 
 void vxFrequencyFilterImage::apply(const vxFrequencyBuffer& in, vxFrequencyBuffer& out) const {
     checkOperand(in);
-    // The copy that is multiplied can be smaller than `in`; the product refuses that before consumed
-    // operands.
+    // The copy that is multiplied can be smaller than `in`; that is refused before consumed operands are.
     if (&in != &out && Access::copySize(in) != vxPair<long>(supportWidth(), supportHeight())) {
         throw vxFrequencyDefs::InvalidSize(vx_Messages::multiplySizesDiffer);
     }
@@ -119,6 +119,7 @@ void vxFrequencyFilterImage::serialize_(vxArchive& archive, unsigned char versio
     if (version != 0) {
         throw vxArchive::UnknownVersion("filt/freqfilt", __LINE__);
     }
+    const vx_FlagGuard guard(initialized_);
     vxFrequencyFilter::dispatchSerialize(archive);
     if (!archive.isLoading()) {
         archive || image_;

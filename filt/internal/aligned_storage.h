@@ -6,8 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-/// The first element at a multiple of 16 bytes; at most 3 elements are skipped. Null for a vector without
-/// memory.
+/// The first element at a multiple of 16 bytes; at most 3 are skipped. Null for a vector without memory.
 [[nodiscard]] inline float* vf_AlignedStart(std::vector<float>& storage) noexcept {
     constexpr std::uintptr_t alignment = 16;
     const auto address = reinterpret_cast<std::uintptr_t>(storage.data());

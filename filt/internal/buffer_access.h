@@ -8,8 +8,7 @@ struct vx_FrequencyBufferAccess {
     static void setAndAllocate(vxFrequencyBuffer& buffer, long width, long height) {
         buffer.setAndAllocate(width, height);
     }
-    /// The size of a copy, which is derived again from the source size; InvalidSize when a copy would be too
-    /// large.
+    /// The size of a copy, which is derived again from the source size; InvalidSize when it is too large.
     static vxPair<long> copySize(const vxFrequencyBuffer& buffer) {
         return vxFrequencyBuffer::allocatedSize(buffer.sourceWidth_, buffer.sourceHeight_);
     }

@@ -8,9 +8,8 @@
 ///     centred number     4   5   6   7   0   1   2   3      as shown: DC in the middle, frequency + size / 2
 ///
 /// Sizes are powers of two, so the way from an index to its centred number is also the way back; a size of 1
-/// maps 0 to 0. A loaded buffer can have any size: for an odd one the frequencies are -(size >> 1) to size >>
-/// 1, and the centred numbers keep to the formula, which then gives the middle number twice and the last one
-/// never.
+/// maps 0 to 0. A loaded buffer can have any size: for an odd one the frequencies are from -(size >> 1) to
+/// (size >> 1), and the centred numbers keep to the formula: the middle one comes twice, the last one never.
 #pragma once
 
 /// The lowest frequency.

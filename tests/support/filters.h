@@ -129,6 +129,7 @@ public:
     using Base = typename Case::Filter;
     using Base::Base;
     using Base::data;
+    using Base::dispatchSerialize;
     using Base::operator=;
     using Base::serialize_;
     Opened() = default;

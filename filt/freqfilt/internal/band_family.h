@@ -22,8 +22,7 @@ inline constexpr long vx_SamplesPerBin = 32;
 void vf_SampleProfile(double sigma, double plateau, long width, const vx_FilterKind& kind,
                       std::span<float> profile);
 
-/// The fields of a filter with those parameters, which are checked in this order; then its support is
-/// derived.
+/// The fields of a filter with those parameters, which are checked in this order; the support is derived.
 template <class Fields>
 [[nodiscard]] Fields vf_CheckedBand(Fields fields, const vx_FilterKind& kind) {
     vf_CheckFrequency(fields.frequency);
@@ -79,5 +78,5 @@ void vf_ArchiveBand(vxArchive& archive, Fields& fields, vx_GainTable& profile) {
         vf_AcceptParameters(archive, staged.frequency, staged.size, staged.dcRadius);
         vf_AcceptEntryCount(archive, loaded.gains().size(), staged.supportWidth, staged.samplesPerBin);
     }
-    vf_CommitLoad(archive, fields, profile, staged, loaded);
+    vf_CommitLoad(archive, fields, profile, staged, std::move(loaded));
 }

@@ -13,8 +13,7 @@
 /// Made from a filter's input before anything changes, and finished on the result.
 class vx_DcSquare {
 public:
-    /// Throws what the buffer's accessors throw: InvalidBuffer (consumed) or BadCoord (the square reaches
-    /// outside).
+    /// Throws InvalidBuffer (consumed) or BadCoord (the square reaches outside), as the accessors do.
     vx_DcSquare(const vxFrequencyBuffer& input, long radius, vx_DcSquareRule rule);
     void finish(vxFrequencyBuffer& result) const;
 

@@ -11,6 +11,7 @@
 #include "filt/internal/messages.h"
 
 #include <cstddef>
+#include <utility>
 
 template <class Fields>
 [[nodiscard]] vx_LobeParameters vf_LobeOf(const Fields& fields) {
@@ -22,8 +23,7 @@ template <class Fields>
     return {fields.supportWidth, fields.supportHeight};
 }
 
-/// The fields of a filter with those parameters, which are checked in this order; then its support is
-/// derived.
+/// The fields of a filter with those parameters, which are checked in this order; the support is derived.
 template <class Fields>
 [[nodiscard]] Fields vf_CheckedGabor(Fields fields, const vx_FilterKind& kind) {
     vf_CheckFrequency(fields.frequency);
@@ -81,5 +81,5 @@ void vf_ArchiveGabor(vxArchive& archive, Fields& fields, vx_GainTable& patch) {
         vf_AcceptParameters(archive, staged.frequency, staged.size, staged.dcRadius);
         vf_AcceptEntryCount(archive, loaded.gains().size(), staged.supportWidth, staged.supportHeight);
     }
-    vf_CommitLoad(archive, fields, patch, staged, loaded);
+    vf_CommitLoad(archive, fields, patch, staged, std::move(loaded));
 }

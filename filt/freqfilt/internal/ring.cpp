@@ -54,8 +54,7 @@ void vx_Ring::multiply(const float* in, float* out, vx_Outside outside) {
     }
 }
 
-// The columns of the row's samples that are in the ring: those of u >= 0, which come first, and those of u <
-// 0.
+// The columns of a row that are in the ring: first those of u >= 0, then those of u < 0.
 vx_Ring::Runs vx_Ring::runsAt(long v) {
     if (v > rowLimit_) {
         return {};

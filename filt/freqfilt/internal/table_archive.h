@@ -14,7 +14,7 @@
 /// allocations can fail, before anything changes.
 template <class Fields>
 void vf_CommitLoad(vxArchive& archive, Fields& fields, vx_GainTable& table, const Fields& loadedFields,
-                   vx_GainTable& loadedTable) {
+                   vx_GainTable&& loadedTable) {
     const auto other =
         std::make_shared<std::pair<Fields, vx_GainTable>>(loadedFields, std::move(loadedTable));
     const auto exchange = [&fields, &table, other] {

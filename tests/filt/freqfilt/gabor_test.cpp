@@ -277,20 +277,4 @@ TEST(Gabor, LoadsAnyAngle) {
         }
     }
 }
-
-// serialize_ may be called directly, outside an object's load.
-TEST(Gabor, SerializeAloneChangesNothingOnFailure) {
-    Record record;
-    record.radius = -1;
-    const std::string bytes = record.bytes();
-    vxFrequencyFilterGabor filter;
-    std::istringstream stream(bytes);
-    vxInputArchive archive(stream);
-    unsigned char version = 1;
-    archive || version;
-    EXPECT_EQ(version, 0);
-    EXPECT_THROW(filter.serialize_(archive, version), vxArchive::Malformed);
-    EXPECT_FALSE(filter.isInitialized());
-    EXPECT_EQ(filter.data(), nullptr);
-}
 } // namespace

@@ -27,6 +27,7 @@ constexpr const char* consumedMessage = "Cannot access frequency data once inver
 
 class Filter : public vxFrequencyFilterImage {
 public:
+    using vxFrequencyFilterImage::dispatchSerialize;
     using vxFrequencyFilterImage::serialize_;
     using vxFrequencyFilterImage::vxFrequencyFilterImage;
     Filter() = default;
@@ -269,6 +270,25 @@ TEST(ImageFilter, ARefusedAddedPartChangesNothing) {
         EXPECT_THROW(loadObject(*object, bad), vxArchive::Malformed);
         EXPECT_EQ(storeObject(*object), before);
     }
+}
+
+// The way of a derived class: no archive operator is there to take anything back.
+TEST(ImageFilter, TruncatedArchivesChangeNothingWhenDispatchedDirectly) {
+    Filter filter(filled(2, 2, 1));
+    const std::string bytes = storeObject(filter);
+    Filter target;
+    const std::string before = storeObject(target);
+    const std::size_t header = bytes.find('\0');
+    for (std::size_t length = header; length < bytes.size(); ++length) {
+        std::istringstream stream(bytes.substr(0, length));
+        vxInputArchive archive(stream);
+        EXPECT_THROW(target.dispatchSerialize(archive), vxArchive::EndOfData);
+        ASSERT_EQ(storeObject(target), before) << length;
+    }
+    std::istringstream stream(bytes);
+    vxInputArchive archive(stream);
+    target.dispatchSerialize(archive);
+    EXPECT_TRUE(target == filter);
 }
 
 TEST(ImageFilter, TruncatedAndCorruptArchivesDoNoHarm) {
