@@ -10,6 +10,9 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <memory>
+#include <numbers>
+#include <utility>
 
 namespace {
 
@@ -234,6 +237,139 @@ TEST(FilterImage, KeepsTheDepthUnlessAsked) {
     }
 }
 
+// The complex result of one lobe, by the library alone.
+vxFrequencyBuffer libraryLobe(const app::Image& image) {
+    vxFrequencyBuffer spectrum;
+    vfForwardFFT<double>(image.pels, spectrum);
+    vxFrequencyFilterGabor({0.05, 0.05}, {0, 0}, vxRadian(0.5), 0.2, {spectrum.width(), spectrum.height()}, 0)
+        .apply(spectrum);
+    return spectrum;
+}
+
+FilterSettings lobeSettings(Part part) {
+    FilterSettings settings = settingsFor({"gabor", 0.2, 0.05, 0, 0});
+    settings.filter.angle = vxRadian(0.5);
+    settings.part = part;
+    return settings;
+}
+
+TEST(FilterImage, ReadsAnglesWhenAsked) {
+    const app::Image image = patternImage(64, 32, Depth::float64);
+    vxPelBuffer<double> magnitude;
+    vxPelBuffer<double> angle;
+    vxFrequencyBuffer spectrum = libraryLobe(image);
+    vfInverseFFTAngle<double>(spectrum, magnitude, angle, false, true);
+    FilterSettings settings = lobeSettings(Part::angle);
+    const app::FilterResult floats = app::filterImage(image, settings);
+    EXPECT_EQ(pelsOf(floats.image), pelsOf(angle));
+    EXPECT_EQ(floats.range, "angles in radians");
+
+    settings.depth = Depth::bits8;
+    const app::FilterResult pels = app::filterImage(image, settings);
+    const double gain = 255 / (2 * std::numbers::pi);
+    EXPECT_EQ(pelsOf(pels.image), rounded(pelsOf(angle), gain, std::numbers::pi * gain));
+    EXPECT_EQ(pels.range, "angles, -pi .. pi scaled to 0 .. 255");
+    EXPECT_GE(pels.minimum, -3.1416);
+    EXPECT_LE(pels.maximum, 3.1416);
+}
+
+TEST(FilterImage, ReadsQuadrantsWhenAsked) {
+    const app::Image image = patternImage(64, 32, Depth::float64);
+    vxPelBuffer<double> magnitude;
+    vxPelBuffer<unsigned char> quadrant;
+    vxFrequencyBuffer spectrum = libraryLobe(image);
+    vfInverseFFTQuadrant<double>(spectrum, magnitude, quadrant, false, true);
+    std::vector<double> codes;
+    for (long y = 0; y < 32; ++y) {
+        codes.insert(codes.end(), quadrant.pointToRow(y), quadrant.pointToRow(y) + 64);
+    }
+    ASSERT_THAT(codes, testing::AllOf(testing::Contains(0), testing::Contains(1), testing::Contains(2),
+                                      testing::Contains(3)));
+    FilterSettings settings = lobeSettings(Part::quadrant);
+    const app::FilterResult floats = app::filterImage(image, settings);
+    EXPECT_EQ(pelsOf(floats.image), codes);
+    EXPECT_EQ(floats.range, "quadrants");
+    settings.depth = Depth::bits8;
+    EXPECT_EQ(pelsOf(app::filterImage(image, settings).image), rounded(codes, 85, 0));
+    settings.depth = Depth::bits16;
+    const app::FilterResult wide = app::filterImage(image, settings);
+    EXPECT_EQ(pelsOf(wide.image).at(0), codes.at(0) * 21845);
+    EXPECT_EQ(wide.range, "quadrants, 0 .. 3 scaled to 0 .. 65535");
+}
+
+// A kernel, as its definition says: turned by half a turn and moved over the image, which repeats.
+TEST(FilterImage, ConvolvesWithAKernel) {
+    const app::Image image = patternImage(16, 8, Depth::float64);
+    FilterSettings settings = settingsFor({});
+    settings.filter.type = "image";
+    settings.filter.kernel = patternImage(4, 3, Depth::float32);
+    const app::FilterResult result = app::filterImage(image, settings);
+    for (long y = 0; y < 8; ++y) {
+        for (long x = 0; x < 16; ++x) {
+            double sum = 0;
+            for (long j = 0; j < 3; ++j) {
+                for (long i = 0; i < 4; ++i) {
+                    sum += image.pels.pointToRow((y + 1 - j + 8) % 8)[(x + 2 - i + 16) % 16] *
+                           settings.filter.kernel->pels.pointToRow(j)[i];
+                }
+            }
+            ASSERT_NEAR(result.image.pels.pointToRow(y)[x], sum, 0.5) << x << ", " << y;
+        }
+    }
+    EXPECT_GT(result.maximum - result.minimum, 10000);
+}
+
+TEST(FilterImage, RefusesAKernelLargerThanTheImage) {
+    FilterSettings settings = settingsFor({});
+    settings.filter.type = "image";
+    settings.filter.kernel = patternImage(9, 3, Depth::bits8);
+    settings.filter.kernel->name = "k.png";
+    app::Image image = patternImage(9, 3, Depth::bits8);
+    image.name = "x.png";
+    EXPECT_NO_THROW(static_cast<void>(app::filterImage(image, settings)));
+    for (const auto& [width, height] : {std::pair(8L, 3L), std::pair(9L, 2L)}) {
+        image.pels = patternImage(width, height, Depth::bits8).pels;
+        EXPECT_EQ(
+            refusal<app::UnreadableError>([&] { static_cast<void>(app::filterImage(image, settings)); }),
+            "the kernel k.png is 9 x 3 pels, larger than x.png, which is " + std::to_string(width) + " x " +
+                std::to_string(height));
+    }
+}
+
+// A kernel's gains can be large or small; so is the rounding noise then.
+TEST(FilterImage, MeasuresNoiseByTheGainsOfAKernel) {
+    FilterSettings settings = settingsFor({});
+    settings.filter.type = "image";
+    settings.filter.kernel = patternImage(20, 20, Depth::bits8);
+    const app::Image flat = makeImage(40, 30, Depth::bits8, [](long, long) { return 201; });
+    const app::FilterResult result = app::filterImage(flat, settings);
+    EXPECT_THAT(result.range, testing::StartsWith("flat, "));
+    EXPECT_EQ(pelsOf(result.image), std::vector<double>(1200, 255.0));
+
+    settings.filter.kernel = makeImage(3, 3, Depth::float64, [](long, long) { return 1e-9; });
+    const app::FilterResult faint = app::filterImage(patternImage(40, 30, Depth::bits8), settings);
+    EXPECT_THAT(faint.range, testing::StartsWith("scaled to 0 .. 255"));
+}
+
+TEST(FilterImage, SaysWhenTheResultIsTooLarge) {
+    FilterSettings settings = settingsFor({});
+    settings.filter.type = "image";
+    settings.filter.kernel = makeImage(2, 2, Depth::float64, [](long, long) { return 1e20; });
+    app::Image image = makeImage(8, 8, Depth::float64, [](long, long) { return 1e20; });
+    image.name = "x.tif";
+    EXPECT_EQ(refusal<app::UnreadableError>([&] { static_cast<void>(app::filterImage(image, settings)); }),
+              "cannot filter x.tif: the result is too large for single precision");
+}
+
+TEST(FilterImage, RefusesABuiltFilterOfAnotherSize) {
+    FilterSettings settings = settingsFor({});
+    settings.filter.built = {
+        "f.kav", std::make_shared<vxFrequencyFilterBandPass>(0.1, 0, 0.2, vxPair<long>(64, 64), 0)};
+    const app::Image image = patternImage(50, 21, Depth::bits8);
+    EXPECT_EQ(refusal<app::UnreadableError>([&] { static_cast<void>(app::filterImage(image, settings)); }),
+              "cannot use f.kav: it filters 64 x 64 spectra, but this transform is 64 x 32");
+}
+
 TEST(FilterImage, RefusesFiltersThatAreWrongForEveryImage) {
     const FilterSettings settings = settingsFor({"bandpass", 0.7, 0.1, 0, 0});
     const app::Image image = patternImage(8, 8, Depth::bits8);
@@ -284,6 +420,13 @@ TEST(CheckSettings, RefusesContradictions) {
     settings = rawSettings(false);
     settings.range = Range::clip;
     EXPECT_THAT(refusedSettings(settings), HasSubstr("--raw does not clip"));
+    for (const Part part : {Part::angle, Part::quadrant}) {
+        settings = lobeSettings(part);
+        EXPECT_EQ(refusedSettings(settings), "");
+        settings.range = Range::normalize;
+        EXPECT_THAT(refusedSettings(settings),
+                    HasSubstr("--range does not go with --part angle and quadrant"));
+    }
 }
 
 } // namespace
