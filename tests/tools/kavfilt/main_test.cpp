@@ -17,15 +17,15 @@ TEST(Main, HelpsWithTheProgramAndEachVerb) {
     const Outcome program = run(".", {"--help"});
     EXPECT_EQ(program.exitCode, 0);
     EXPECT_EQ(program.errors, "");
-    for (const std::string verb : {"filter", "spectrum", "correlate", "convolve", "info", "demo"}) {
+    for (const std::string verb : {"filter", "save", "spectrum", "correlate", "convolve", "info", "demo"}) {
         EXPECT_THAT(program.output, HasSubstr("\n  " + verb + " "));
         const Outcome help = run(".", {verb, "--help"});
         EXPECT_EQ(help.exitCode, 0);
         EXPECT_THAT(help.output, HasSubstr("Usage: kavfilt " + verb));
     }
     const std::string filter = run(".", {"filter", "--help"}).output;
-    for (const char* word :
-         {"cycles per pixel", "fractions of", "mid-grey", "by reflection", "--raw", "--force"}) {
+    for (const char* word : {"cycles per pixel", "fractions of", "mid-grey", "by reflection", "--raw",
+                             "--force", "degrees", "envelope", "--no-pair"}) {
         EXPECT_THAT(filter, HasSubstr(word));
     }
 }
