@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <thread>
 #include <type_traits>
 #include <vector>
 
@@ -355,23 +354,5 @@ TEST(ImageFilter, AFailedAllocationChangesNothing) {
         failing_allocation::failEachAllocation([&] { other.apply(image, out); },
                                                [&](bool) { EXPECT_FALSE(BufferState(out).initialized); }),
         0);
-}
-
-TEST(ImageFilter, AppliesFromSeveralThreads) {
-    const Filter filter(filled(64, 64, 1));
-    const vxFrequencyBuffer in = filled(64, 64, 2);
-    vxFrequencyBuffer expected;
-    filter.apply(in, expected);
-    std::vector<vxFrequencyBuffer> results(4);
-    std::vector<std::thread> threads;
-    for (vxFrequencyBuffer& result : results) {
-        threads.emplace_back([&] { filter.apply(in, result); });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    for (const vxFrequencyBuffer& result : results) {
-        EXPECT_TRUE(result == expected);
-    }
 }
 } // namespace

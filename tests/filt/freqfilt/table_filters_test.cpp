@@ -13,7 +13,6 @@
 #include <memory>
 #include <random>
 #include <stdexcept>
-#include <thread>
 
 namespace {
 using Defs = vxFrequencyDefs;
@@ -507,29 +506,6 @@ TYPED_TEST(TableFilter, LargeLoadedBuffersAreFilteredInPlaceOnly) {
         support::expectedResult<TypeParam>(p, filter.table(), support::planeOf(buffer));
     filter.apply(buffer);
     EXPECT_EQ(support::countDifferences(support::samplesOf(buffer), expected.samples), 0);
-}
-
-TYPED_TEST(TableFilter, AppliesFromSeveralThreads) {
-    Parameters p{.width = 64, .height = 64, .radius = 2};
-    const Opened<TypeParam> filter(p);
-    const vxFrequencyBuffer in = filled(64, 64, 3);
-    vxFrequencyBuffer expected;
-    filter.apply(in, expected);
-    std::vector<vxFrequencyBuffer> results(4);
-    std::vector<std::thread> threads;
-    for (vxFrequencyBuffer& result : results) {
-        threads.emplace_back([&] {
-            for (int i = 0; i < 20; ++i) {
-                filter.apply(in, result);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    for (const vxFrequencyBuffer& result : results) {
-        EXPECT_TRUE(result == expected);
-    }
 }
 
 // --- Failing allocations -----------------------------------------------------------------------------------
