@@ -75,7 +75,7 @@ Pels part(const Pels& image, long x, long y, const vxPair<long>& size, Padding p
     return result;
 }
 
-void add(const Pels& source, Pels destination) {
+void add(const Pels& source, const Pels& destination) {
     for (long y = 0; y < destination.height(); ++y) {
         const double* from = source.pointToRow(source.offset().y() + y);
         double* to = destination.pointToRow(destination.offset().y() + y);

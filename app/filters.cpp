@@ -234,7 +234,7 @@ void checkFilter(const FilterParameters& parameters) {
 }
 
 FilterPointer makeFilter(const FilterParameters& parameters, const vxPair<long>& size) {
-    const FilterPointer single =
+    FilterPointer single =
         parameters.built ? builtFor(*parameters.built, size) : makeSingle(parameters, size);
     const Type* const type = typeOf(*single);
     if (type == nullptr || !parameters.pair.value_or(type->isPairByDefault)) {

@@ -165,8 +165,8 @@ double sampleAt(const unsigned char* row, std::size_t index, const Layout& layou
     const std::size_t bit = index * layout.bits;
     const int mask = (1 << layout.bits) - 1;
     const int value = (row[bit / 8] >> (8 - layout.bits - bit % 8)) & mask;
-    const int step = 255 / mask; // Without a remainder.
-    return value * step;
+    const int pel = value * (255 / mask); // Without a remainder.
+    return pel;
 }
 
 class Reader {

@@ -16,6 +16,7 @@ vxPersistent::vxPersistent() noexcept : identity_(newIdentity()) {}
 vxPersistent::vxPersistent(const vxPersistent&) noexcept : vxPersistent() {}
 
 // The assigned-to object stays the same object.
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
 vxPersistent& vxPersistent::operator=(const vxPersistent&) noexcept {
     return *this;
 }

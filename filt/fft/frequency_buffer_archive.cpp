@@ -7,7 +7,7 @@ namespace {
 constexpr unsigned char currentVersion = 1; // Version 0 held a linear transform instead of a transform cache.
 
 // Samples beyond so many must all be in the archive, so that a few bytes cannot claim gigabytes.
-constexpr std::uint64_t unclaimedLimit = 2048 * 2048;
+constexpr std::uint64_t unclaimedLimit = std::uint64_t{2048} * 2048;
 
 constexpr long largestSize = 0x7FFFFFFF;
 

@@ -170,8 +170,12 @@ void vxArchive::State::byPointer(vxPersistent*& object) {
     valueOffset = nameOffset;
     std::unique_ptr<vxPersistent> created = loading ? create(typeName) : nullptr;
     const NestedPass pass(*this);
-    inPlace(loading ? *created : *object, loading);
-    object = loading ? created.release() : object;
+    if (!loading) {
+        inPlace(*object, false);
+        return;
+    }
+    inPlace(*created, true);
+    object = created.release();
 }
 
 /// The name to store an object under.

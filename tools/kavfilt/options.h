@@ -51,7 +51,7 @@ CLI::Option* addOneOrTwo(CLI::App& verb, const std::string& name, const std::str
         const std::string_view view = words;
         const std::size_t comma = view.find(',');
         const T first = parse(view.substr(0, comma));
-        assign(first, comma == view.npos ? first : parse(view.substr(comma + 1)));
+        assign(first, comma == std::string_view::npos ? first : parse(view.substr(comma + 1)));
     };
     return verb.add_option_function<std::string>(name, split, help)->type_name("A[,B]");
 }
