@@ -219,8 +219,8 @@ inline const std::vector<vxPair<long>>& someSizes() {
     return sizes;
 }
 
-/// Spectra in every state: plain, at an offset, masked, consumed, cropped to a smaller source size, without a
-/// source.
+/// Spectra in every state: plain, at an offset, masked, with the band of an earlier mask, consumed, cropped
+/// to a smaller source size, without a source.
 inline std::vector<oracle::Spectrum> someSpectra(Random& random) {
     std::vector<oracle::Spectrum> spectra;
     for (const vxPair<long>& size : someSizes()) {
@@ -236,6 +236,10 @@ inline std::vector<oracle::Spectrum> someSpectra(Random& random) {
             spectra.push_back(masked);
         }
     }
+    oracle::Spectrum unmasked = randomSpectrum(random, 16, 13);
+    unmasked.maskedMiny = 9;
+    unmasked.maskedMaxy = 12;
+    spectra.push_back(unmasked);
     oracle::Spectrum consumed = randomSpectrum(random, 5, 6);
     consumed.inverseComputed = true;
     spectra.push_back(consumed);

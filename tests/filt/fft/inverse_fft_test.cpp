@@ -7,6 +7,7 @@
 #include "tests/support/inverse_members.h"
 #include "tests/support/transform_support.h"
 
+#include <algorithm>
 #include <array>
 #include <optional>
 
@@ -419,6 +420,21 @@ TEST(InverseFFTOfWords, WrapsAboveThePelRange) {
     }
 }
 
+TEST(InverseFFTOfIntegers, AddsTheHalfInSinglePrecision) {
+    // The sums are 1.0F and, half way between two floats, the even one of them.
+    const std::vector<std::pair<float, int>> cases{{0.49999997F, 1}, {8388609.0F, 2}, {8388611.0F, 4}};
+    for (const auto& [value, pel] : cases) {
+        vxFrequencyBuffer buffer(1, 1);
+        buffer.putReal(0, 0, static_cast<double>(value), false);
+        vxPelBuffer<unsigned char> byte;
+        vxPelBuffer<unsigned short> word;
+        vfInverseFFT(buffer, byte, false, false);
+        vfInverseFFT(buffer, word, false, false);
+        EXPECT_EQ(pel, *byte.pointToOffset()) << value;
+        EXPECT_EQ(pel, *word.pointToOffset()) << value;
+    }
+}
+
 TEST(InverseFFTNormalised, SpreadsOverTheFullRange) {
     oracle::Spectrum s = oracle::newSpectrum(4, 1);
     s.inverseComputed = true;
@@ -461,6 +477,26 @@ TEST(InverseFFTNormalised, TakesTheMinimumFromBehindTheLastNaN) {
     vfInverseFFT(buffer, words, true, false);
     for (std::size_t i = 0; i < 4; ++i) {
         EXPECT_EQ(0, words.pointToOffset()[i]);
+    }
+}
+
+// The minimum from behind a NaN can be the maximum, and yet not every pel.
+TEST(InverseFFTNormalised, KeepsTheFullGainWhereTheMinimumIsTheMaximum) {
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    oracle::Spectrum s = oracle::newSpectrum(4, 1);
+    s.inverseComputed = true;
+    s.data = {12.0F, 0.0F, 16.0F, 0.0F, nan, 0.0F, 20.0F, 0.0F}; // Magnitudes 3, 4, NaN and 5 once scaled.
+    vxFrequencyBuffer buffer;
+    load({s, {}, true}, buffer);
+    vxPelBuffer<unsigned char> bytes;
+    vfInverseFFT(buffer, bytes, true, false);
+    vxPelBuffer<unsigned short> words;
+    vfInverseFFT(buffer, words, true, false);
+    // (3 - 5) * 255 + 0.5 = -509.5 and (4 - 5) * 255 + 0.5 = -254.5; the low bits of -509 and -254.
+    const std::array<int, 4> expected{3, 2, 0, 0};
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(expected[i], bytes.pointToOffset()[i]);
+        EXPECT_EQ(expected[i], words.pointToOffset()[i]); // -131069 and -65534.
     }
 }
 
@@ -512,6 +548,24 @@ TEST(InverseFFTParts, MatchTheTranscription) {
                 expectState(caller, someXform(6), buffer);
             }
         }
+    }
+}
+
+// The scale of a size that no kernel can do is not exact, and neither are the products.
+TEST(InverseFFTParts, ReadAConsumedBufferOfAnySize) {
+    Random random(33);
+    std::normal_distribution<float> distribution(0.0F, 100.0F);
+    for (const auto& [width, height] : {std::pair(3L, 5L), std::pair(40000L, 1L), std::pair(6L, 4L)}) {
+        oracle::Spectrum s = rawSpectrum(width, height, width, height);
+        std::generate(s.data.begin(), s.data.end(), [&] { return distribution(random); });
+        s.inverseComputed = true;
+        vxFrequencyBuffer buffer;
+        load({s, {}, true}, buffer);
+        vxPelBuffer<double> real;
+        vxPelBuffer<double> imaginary;
+        vfInverseFFT(buffer, real, imaginary, false);
+        expectImage(oracle::part(0, s), real);
+        expectImage(oracle::part(1, s), imaginary);
     }
 }
 

@@ -68,6 +68,8 @@ TEST(MapImage, linearBeyondTheStartValues) {
     EXPECT_EQ(mapped({1e30, 2e30}, Defs::eLinear), (Bytes{127, 255}));
     // Below -1e20 the maximum stays: -1e20 (single precision) - -2e30 = 2e30 to 20 places.
     EXPECT_EQ(mapped({-2e30, -1e30}, Defs::eLinear), (Bytes{0, 127}));
+    // A range of 2e12, which -1e20 of double precision would double.
+    EXPECT_EQ(mapped({-1.00000004e20, -1.00000003e20}, Defs::eLinear), (Bytes{0, 127}));
     EXPECT_EQ(mapped({-infinity, infinity, 0.0}, Defs::eLinear), (Bytes{0, 0, 0}));
 }
 

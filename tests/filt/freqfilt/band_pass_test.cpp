@@ -260,6 +260,10 @@ TEST(BandPass, LoadsNoImpossibleTable) {
     refuses({.profile = std::vector<float>(31)});
     refuses({.profile = std::vector<float>(33)});
     refuses({.supportWidth = 1, .profile = std::vector<float>(96)});
+    // Although the entries fit them:
+    refuses({.supportWidth = 2, .profile = std::vector<float>(64)});
+    refuses({.samplesPerBin = 16, .profile = std::vector<float>(16)});
+    refuses({.samplesPerBin = 64, .profile = std::vector<float>(64)});
     refuses({.supportWidth = 3, .profile = std::vector<float>(97)});
 }
 } // namespace

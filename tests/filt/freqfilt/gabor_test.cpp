@@ -261,6 +261,9 @@ TEST(Gabor, LoadsNoImpossibleTable) {
     refuses({.radius = LONG_MIN});
     refuses({.patch = {}});
     refuses({.patch = std::vector<float>(4)});
+    // Although the entries fit them:
+    refuses({.supportWidth = 2, .patch = std::vector<float>(2)});
+    refuses({.supportHeight = 2, .patch = std::vector<float>(6)});
 }
 
 // Any angle may be loaded; one that is no number lays the patch on DC.
