@@ -70,6 +70,7 @@ void Defs::Errors::dispatchSerialize(vxArchive& archive) {
 }
 void Defs::Errors::serialize_(vxArchive& archive, unsigned char version) {
     vx_ErrorMembers::requireKnown<Errors>(version);
+    // NOLINTNEXTLINE(bugprone-parent-virtual-call): vxException archives the message of any class.
     vxException::dispatchSerialize(archive); // The message too.
 }
 

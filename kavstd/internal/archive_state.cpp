@@ -2,6 +2,7 @@
 
 #include "kavstd/internal/archive_records.h"
 #include "kavstd/internal/registry.h"
+#include "kavsys/assert.h"
 
 #include <algorithm>
 #include <new>
@@ -171,6 +172,7 @@ void vxArchive::State::byPointer(vxPersistent*& object) {
     std::unique_ptr<vxPersistent> created = loading ? create(typeName) : nullptr;
     const NestedPass pass(*this);
     if (!loading) {
+        VX_ASSERT(object != nullptr);
         inPlace(*object, false);
         return;
     }
