@@ -185,7 +185,8 @@ bool Search::isBetter(const Candidate& a, const Candidate& b) {
 }
 
 std::optional<std::pair<double, Position>> Search::best() const {
-    // Faint images of much repetition have candidates everywhere; this many products are a second's work.
+    // Faint images of much repetition have candidates everywhere. This many products bound the work; where
+    // they do not reach, equally good matches further down the list are not seen.
     constexpr long affordable = 1L << 30;
     const auto limit =
         static_cast<std::size_t>(std::max(affordable / (pattern_.width() * pattern_.height()), 64L));

@@ -22,7 +22,8 @@ struct Match {
 /// The position, out of all where the pattern lies within the image, with the largest normalised correlation
 /// coefficient (Lewis, "Fast normalized cross-correlation", Vision Interface 1995): the means of both and the
 /// contrast of the image under the pattern do not matter. Parts of the image whose contrast is below 1e-6 of
-/// the image's count as flat and do not match; among equally good positions the first, row by row, is taken.
+/// the image's count as flat and do not match; among equally good positions the first, row by row, is taken,
+/// unless a faint, repetitive image has more of them than can be computed exactly.
 ///
 /// UnreadableError for a pattern larger than the image, pels that cannot be transformed, and where nothing
 /// can match: the pattern is flat, or the image is wherever the pattern fits.
