@@ -35,9 +35,9 @@ bool covers(long from, long extent, long start, long size) noexcept {
 }
 
 std::shared_ptr<void> allocateZeros(std::size_t size, std::size_t alignment) {
-    void* const bytes = ::operator new(size, std::align_val_t(alignment));
+    void* const bytes = ::operator new(size, static_cast<std::align_val_t>(alignment));
     std::memset(bytes, 0, size);
-    return {bytes, [alignment](void* p) { ::operator delete(p, std::align_val_t(alignment)); }};
+    return {bytes, [alignment](void* p) { ::operator delete(p, static_cast<std::align_val_t>(alignment)); }};
 }
 } // namespace
 
