@@ -95,6 +95,9 @@ TEST(ImageFilter, RefusesAnEmptyImage) {
     expectError<Defs::Uninitialized>([&] { filter.setImage(vxFrequencyBuffer()); }, bufferMessage);
     expectError<Defs::Uninitialized>([] { const Filter made{vxFrequencyBuffer()}; }, bufferMessage);
     EXPECT_EQ(storeObject(filter), before);
+    Filter empty;
+    expectError<Defs::Uninitialized>([&] { empty.setImage(vxFrequencyBuffer()); }, bufferMessage);
+    EXPECT_FALSE(empty.isInitialized());
 }
 
 TEST(ImageFilter, MultipliesSampleBySample) {
@@ -132,6 +135,7 @@ TEST(ImageFilter, ChecksInOrder) {
     const BufferState outBefore(out);
     const auto refuses = [&]<class Error>(const Filter& applied, vxFrequencyBuffer buffer,
                                           const char* message) {
+        support::setMask(buffer, true, 1, 2); // Stays when the product is refused.
         const BufferState before(buffer);
         expectError<Error>([&] { applied.apply(buffer); }, message);
         expectError<Error>([&] { applied.apply(buffer, out); }, message);

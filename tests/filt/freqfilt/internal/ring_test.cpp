@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <vector>
 
 namespace {
@@ -36,6 +37,44 @@ TEST(Ring, TheIndexStaysInTheTable) {
         ASSERT_EQ(out, oracle::applyBand(band, profile, in).samples) << i;
     }
     EXPECT_GT(beyond, 0);
+}
+
+// The gain of the sample at (x, y) when `radius` is the outer or, with a negative support, the inner one.
+float gainAtLimit(float radius, long support, long x, long y) {
+    constexpr long size = 64;
+    const double frequency = (static_cast<double>(radius) - static_cast<double>(support)) / size;
+    const long width = std::abs(support);
+    const std::vector<float> profile(static_cast<std::size_t>(width) * 32, 0.5F);
+    vx_Ring ring(frequency, width, profile, {size, size});
+    const std::vector<float> in(size * size * 2, 1.0F);
+    std::vector<float> out(in.size());
+    ring.multiply(in.data(), out.data(), vx_Outside::zero);
+    return out[static_cast<std::size_t>(2 * (y * size + x))];
+}
+
+// Squares that single precision rounds up to a whole number count as that number.
+TEST(Ring, SquaresItsRadiiInSinglePrecision) {
+    int roundedUp = 0;
+    for (long y = 1; y < 20; ++y) {
+        for (long x = 0; x < 20; ++x) {
+            const auto squared = static_cast<float>(x * x + y * y);
+            const float radius = std::sqrt(squared);
+            const double exact = static_cast<double>(radius) * static_cast<double>(radius);
+            if (exact >= static_cast<double>(squared) || radius * radius != squared || radius < 3.0F) {
+                continue;
+            }
+            ++roundedUp;
+            if ((radius + 3.0F) - 3.0F == radius) { // Sums are not rounded: it is the inner limit.
+                EXPECT_EQ(gainAtLimit(radius, -3, x, y), 0.0F) << x << " " << y;
+            }
+            EXPECT_EQ(gainAtLimit(radius, 3, x, y), 0.0F) << x << " " << y; // On the outer limit.
+            const float before = std::sqrt(squared - 1.0F);
+            if (before == std::floor(before)) { // A sample on the x axis, within the outer limit.
+                EXPECT_EQ(gainAtLimit(radius, 3, static_cast<long>(before), 0), 0.5F) << x << " " << y;
+            }
+        }
+    }
+    EXPECT_GT(roundedUp, 0);
 }
 
 // One walk leaves nothing behind for the next.
