@@ -2,6 +2,7 @@
 // files alone.
 #include "app/atomic_file.h"
 #include "app/errors.h"
+#include "app/filter_file.h"
 #include "app/pgm_file.h"
 #include "app/png_file.h"
 #include "app/recipes.h"
@@ -82,6 +83,43 @@ TEST(Allocation, MayFailAnywhereInTheAtomicWriter) {
                                              });
     EXPECT_GT(failures, 2);
     EXPECT_EQ(readBytes(path), written);
+}
+
+std::string archiveOf(vxFrequencyFilter& filter) {
+    std::ostringstream stream;
+    vxOutputArchive archive(stream);
+    vxPersistent* object = &filter;
+    archive || object;
+    return stream.str();
+}
+
+TEST(Allocation, MayFailAnywhereInTheReaderOfFilters) {
+    for (const std::string& type : app::filterTypes()) {
+        app::FilterParameters parameters;
+        parameters.type = type;
+        if (type == "image") {
+            parameters.kernel = patternImage(3, 3, Depth::bits8);
+        } else {
+            parameters.frequency = 0.2;
+            parameters.sigma = 0.05;
+            parameters.pair = false;
+        }
+        const std::string bytes = archiveOf(*app::makeFilter(parameters, {16, 8}));
+        std::istringstream file(bytes);
+        app::FilterPointer loaded;
+        const long failures = failEachAllocation(
+            [&] {
+                file.clear();
+                file.seekg(0);
+                loaded = app::readFilter(file);
+            },
+            [&](bool threw) {
+                EXPECT_TRUE(threw);
+                EXPECT_EQ(loaded, nullptr);
+            });
+        EXPECT_GT(failures, 8) << type;
+        EXPECT_EQ(archiveOf(*loaded), bytes) << type;
+    }
 }
 
 TEST(Allocation, MayFailAnywhereInAFilterRun) {
