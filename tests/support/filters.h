@@ -143,6 +143,16 @@ public:
         }
     }
     explicit Opened(const Parameters& p) { set(p); }
+    /// By the filter's own constructor.
+    static Opened constructed(const Parameters& p) {
+        if constexpr (Case::isLobe) {
+            return Opened(vxPair<double>(p.sigma, p.sigma * p.across),
+                          vxPair<double>(p.plateau, p.plateau * p.across), vxRadian(p.angle), p.frequency,
+                          vxPair<long>(p.width, p.height), p.radius);
+        } else {
+            return Opened(p.sigma, p.plateau, p.frequency, vxPair<long>(p.width, p.height), p.radius);
+        }
+    }
 
     void setSigma(double value) {
         if constexpr (Case::isLobe) {

@@ -120,6 +120,32 @@ TYPED_TEST(ErrorClass, holdsItsMessage) {
     EXPECT_STREQ(TypeParam().what(), "");
 }
 
+TYPED_TEST(ErrorClass, mayBeDerivedFrom) {
+    class Derived : public TypeParam {
+    public:
+        using TypeParam::TypeParam;
+    };
+    try {
+        throw Derived("a text");
+    } catch (const TypeParam& error) {
+        EXPECT_STREQ(error.what(), "a text");
+        EXPECT_EQ(error.errorNumber(), TypeParam().errorNumber());
+    }
+    EXPECT_STREQ(Derived().what(), "");
+}
+
+TYPED_TEST(ErrorClass, memoryForTheTextMayRunOut) {
+    const char* text = "enough text to need memory of its own, whatever the library keeps within a string";
+    std::unique_ptr<TypeParam> error;
+    EXPECT_GT(failing_allocation::failEachAllocation([&] { error = std::make_unique<TypeParam>(text); },
+                                                     [&](bool threw) {
+                                                         EXPECT_TRUE(threw);
+                                                         EXPECT_EQ(error, nullptr);
+                                                     }),
+              1);
+    EXPECT_EQ(messageOf(*error), text);
+}
+
 TYPED_TEST(ErrorClass, copiesAndAssignments) {
     const TypeParam first("first");
     TypeParam copy(first);

@@ -149,6 +149,8 @@ TYPED_TEST(ForwardFFT, RefusesBeforeTheDestinationChanges) {
     const vxPelBuffer<T> tall(1, 2049);
     vxPelBuffer<T> moved(4, 4);
     moved.offset(0, 1);
+    vxPelBuffer<T> sideways(4, 4);
+    sideways.offset(1, 0);
     vxFrequencyBuffer buffer;
     loadUsed(this->random, 7, 8, buffer);
     const State before = stateOf(buffer);
@@ -166,6 +168,7 @@ TYPED_TEST(ForwardFFT, RefusesBeforeTheDestinationChanges) {
     expectError<Defs::InvalidSize>([&] { vf_ForwardFFT(small, vxPelBuffer<T>(5, 4), buffer); }, differ);
     expectError<Defs::InvalidSize>([&] { vf_ForwardFFT(small, vxPelBuffer<T>(4, 5), buffer); }, differ);
     expectError<Defs::InvalidSize>([&] { vf_ForwardFFT(small, moved, buffer); }, differ);
+    expectError<Defs::InvalidSize>([&] { vf_ForwardFFT(small, sideways, buffer); }, differ);
     expectError<Defs::InvalidSize>([&] { vf_ForwardFFT(wide, small, buffer); }, differ);
     expectError<Defs::InvalidSize>([&] { vf_ForwardFFT(wide, wide, buffer); }, limit);
     expectError<Defs::InvalidSize>([&] { vf_ForwardFFT(tall, tall, buffer); }, limit);

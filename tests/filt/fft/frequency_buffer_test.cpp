@@ -13,6 +13,7 @@
 #include <functional>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <random>
 #include <stdexcept>
 #include <type_traits>
@@ -385,6 +386,22 @@ TEST(FrequencyBufferCrop, keepsAnyOtherTransform) {
     BufferAccess::xformCache(source, bentCache());
     const vxFrequencyBuffer cropped(source, 2, 4);
     EXPECT_EQ(&BufferAccess::xformCache(cropped).xform(), &BufferAccess::xformCache(source).xform());
+}
+
+TEST(FrequencyBufferCrop, aFailedAllocationLeavesNothingBehind) {
+    vxFrequencyBuffer source = filled(8, 8, 1);
+    BufferAccess::xformCache(source, linearCache({2.0, 3.0, 5.0, 7.0}, {11.0, 13.0}));
+    const BufferState before(source);
+    std::optional<vxFrequencyBuffer> cropped;
+    const long failures = failing_allocation::failEachAllocation([&] { cropped.emplace(source, 4, 2); },
+                                                                 [&](bool threw) {
+                                                                     EXPECT_TRUE(threw);
+                                                                     EXPECT_FALSE(cropped.has_value());
+                                                                 });
+    EXPECT_GT(failures, 1);
+    EXPECT_EQ(BufferState(source), before);
+    ASSERT_TRUE(cropped.has_value());
+    EXPECT_EQ(cropped->width(), 4);
 }
 
 TEST(FrequencyBufferCrop, ofALoadedBufferAboveTheLimit) {

@@ -229,6 +229,12 @@ TEST(BandPass, LoadsNoImpossibleTable) {
     support::loadObject(filter, Record().bytes());
     EXPECT_EQ(filter.table(), std::vector<float>(32, 0.5F));
     EXPECT_TRUE(std::isnan(filter.sigma()));
+    for (const vxPair<long>& size :
+         {vxPair<long>(8, 4), vxPair<long>(4, 8)}) { // The same table for another size.
+        Filter other;
+        support::loadObject(other, Record{.size = size}.bytes());
+        EXPECT_FALSE(filter == other);
+    }
 
     Filter target{Parameters()};
     const std::string before = support::storeObject(target);

@@ -242,6 +242,12 @@ TEST(Gabor, LoadsNoImpossibleTable) {
     Filter filter;
     support::loadObject(filter, Record().bytes());
     EXPECT_EQ(filter.table(), std::vector<float>(3, 0.5F));
+    for (const vxPair<long>& size :
+         {vxPair<long>(8, 4), vxPair<long>(4, 8)}) { // The same table for another size.
+        Filter other;
+        support::loadObject(other, Record{.size = size}.bytes());
+        EXPECT_FALSE(filter == other);
+    }
 
     Filter target{Parameters()};
     const std::string before = support::storeObject(target);

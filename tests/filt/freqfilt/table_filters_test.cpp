@@ -148,6 +148,17 @@ TYPED_TEST(TableFilter, TablesFollowTheFormula) {
     }
 }
 
+// A derived class hands its parameters on.
+TYPED_TEST(TableFilter, IsBuiltOrRefusedByTheConstructor) {
+    const Parameters p;
+    EXPECT_TRUE(Opened<TypeParam>(p) == Opened<TypeParam>::constructed(p));
+    EXPECT_TRUE(Opened<TypeParam>::constructed(p).isInitialized());
+    Parameters bad;
+    bad.radius = -1;
+    expectError<Defs::InvalidArgument>([&] { const auto made = Opened<TypeParam>::constructed(bad); },
+                                       TypeParam::negativeRadius);
+}
+
 // Each check is met first by making every later one fail too.
 TYPED_TEST(TableFilter, ChecksParametersInOrder) {
     Parameters bad;
@@ -334,14 +345,29 @@ TYPED_TEST(TableFilter, EveryDifferenceCounts) {
     others[3].height = 32;
     others[4].radius = 1;
     others[5].width = 128;
+    for (std::size_t i = 0; i < 6; ++i) { // The other way round, too.
+        others.push_back(others[i]);
+    }
+    others[6].sigma = 0.0499;
+    others[7].plateau = 0.0199;
+    others[8].frequency = 0.1999;
+    if (TypeParam::isLobe) {
+        Parameters across;
+        across.across *= 1.001; // Of sigma and plateau.
+        others.push_back(across);
+        across.plateau = 0.0; // Of sigma alone.
+        EXPECT_FALSE(Opened<TypeParam>(across) == Opened<TypeParam>(Parameters{.plateau = 0.0}));
+    }
     for (const Parameters& other : others) {
         EXPECT_FALSE(filter == Opened<TypeParam>(other));
+        EXPECT_FALSE(Opened<TypeParam>(other) == filter);
     }
     // One entry; a NaN equals anything.
     for (std::size_t i : {std::size_t{0}, filter.entryCount() - 1}) {
         Opened<TypeParam> copy(filter);
         const_cast<float*>(copy.data())[i] += 1.0F;
         EXPECT_FALSE(filter == copy);
+        EXPECT_FALSE(copy == filter);
         const_cast<float*>(copy.data())[i] = std::numeric_limits<float>::quiet_NaN();
         EXPECT_TRUE(filter == copy);
     }

@@ -77,6 +77,19 @@ TEST(Ring, SquaresItsRadiiInSinglePrecision) {
     EXPECT_GT(roundedUp, 0);
 }
 
+// Limits beyond all integers count as 0, so nothing is in the ring.
+TEST(Ring, HoldsNothingWhereItsLimitsAreNoIntegers) {
+    constexpr long size = 16;
+    const std::vector<float> profile(3 * 32, 0.5F);
+    oracle::Plane in{size, size, std::vector<float>(size * size * 2, 1.0F)};
+    for (const double frequency : {1e30, -1e30, 1e300, -1e300, std::nan("")}) {
+        vx_Ring ring(frequency, 3, profile, {size, size});
+        std::vector<float> out(in.samples.size(), 7.0F);
+        ring.multiply(in.samples.data(), out.data(), vx_Outside::zero);
+        EXPECT_EQ(out, std::vector<float>(out.size(), 0.0F)) << frequency;
+    }
+}
+
 // One walk leaves nothing behind for the next.
 TEST(Ring, CanBeWalkedAgain) {
     const std::vector<float> profile(3 * 32, 0.5F);
