@@ -7,6 +7,7 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <functional>
 #include <memory>
 
 namespace bench {
@@ -16,6 +17,8 @@ namespace {
 constexpr Size squares[] = {{128, 128}, {256, 256}, {512, 512}, {1024, 1024}, {2048, 2048}};
 constexpr Size others[] = {{1024, 512}, {640, 480}, {1200, 900}, {1920, 1080}};
 constexpr Size quickSizes[] = {{256, 256}, {1024, 1024}};
+constexpr Size setSizes[] = {{256, 256}, {1024, 1024}};
+constexpr Job setJobs[] = {Job::forward, Job::inverse, Job::bandPass};
 
 int rounds(const Size& size, bool quick) {
     const long pels = size.width * size.height;
@@ -92,38 +95,46 @@ Lineup lineup(const JobInfo& job, const Scene& scene, bool quick, std::vector<st
     return result;
 }
 
-void runJob(benchmark::State& state, const JobInfo& job, const Size& size, bool quick, Results& results) {
-    const Scene& scene = sceneOf(size);
-    const std::size_t failuresBefore = results.failures.size();
-    const Lineup contestants = lineup(job, scene, quick, results.failures);
-    if (results.failures.size() > failuresBefore) {
-        state.SkipWithError(results.failures.back().c_str());
-        return;
+/// Ours by the fastest instruction set, and by each slower one.
+Lineup lineupOfSets(const JobInfo& job, const Scene& scene, std::vector<std::string>& failures) {
+    Lineup result(job.job, scene);
+    std::vector<std::string> sets = instructionSets();
+    sets.pop_back();
+    for (const std::string& set : sets) {
+        result.add(set, withInstructionSet(set, kavfiltTask(job.job, scene)), failures);
     }
+    return result;
+}
+
+void run(benchmark::State& state, const JobInfo& job, const Scene& scene, const Lineup& contestants,
+         std::vector<JobLine>& lines) {
     Contest contest(contestants.contestants());
     for (auto _ : state) {
         state.SetIterationTime(contest.round());
     }
     const std::vector<Standing> standings = contest.standings();
-    for (const Standing& standing : standings) {
-        if (standing.name != "kavfilt") {
-            state.counters[standing.name] = standing.ratio.median;
-        }
+    for (std::size_t i = 1; i < standings.size(); ++i) {
+        state.counters[standings[i].name] = standings[i].ratio.median;
     }
-    results.jobs.push_back(
+    lines.push_back(
         {job.job, scene.source, scene.padded, standings, contestants.worst(), contestants.allocated()});
+}
+
+void add(const std::string& name, const Size& size, bool quick,
+         const std::function<void(benchmark::State&)>& function) {
+    benchmark::RegisterBenchmark((name + "/" + text(size)).c_str(), function)
+        ->UseManualTime()
+        ->Unit(benchmark::kMicrosecond)
+        ->Iterations(rounds(size, quick));
 }
 
 void addJobsOf(const Size& size, const Options& options, Results& results) {
     for (const JobInfo& job : jobs()) {
-        const std::string name = std::string(job.code) + "/" + text(size);
-        benchmark::RegisterBenchmark(name.c_str(),
-                                     [&job, size, quick = options.quick, &results](benchmark::State& state) {
-                                         runJob(state, job, size, quick, results);
-                                     })
-            ->UseManualTime()
-            ->Unit(benchmark::kMicrosecond)
-            ->Iterations(rounds(size, options.quick));
+        add(job.code, size, options.quick,
+            [&job, size, quick = options.quick, &results](benchmark::State& state) {
+                const Scene& scene = sceneOf(size);
+                run(state, job, scene, lineup(job, scene, quick, results.failures), results.jobs);
+            });
     }
 }
 
@@ -141,6 +152,22 @@ void addJobs(const Options& options, Results& results) {
     }
     for (const Size& size : others) {
         addJobsOf(size, options, results);
+    }
+}
+
+void addInstructionSets(const Options& options, Results& results) {
+    if (options.quick || instructionSets().size() < 2) {
+        return;
+    }
+    for (const Size& size : setSizes) {
+        for (const Job job : setJobs) {
+            add(std::string("by set ") + info(job).code, size, false,
+                [job, size, &results](benchmark::State& state) {
+                    const Scene& scene = sceneOf(size);
+                    run(state, info(job), scene, lineupOfSets(info(job), scene, results.failures),
+                        results.instructionSets);
+                });
+        }
     }
 }
 

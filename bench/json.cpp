@@ -38,8 +38,7 @@ Json jsonOf(const std::vector<JobLine>& lines) {
 Json jsonOf(const std::vector<BytesLine>& lines) {
     Json result = Json::array();
     for (const BytesLine& line : lines) {
-        result.push_back({{"group", line.group},
-                          {"operation", line.operation},
+        result.push_back({{"operation", line.operation},
                           {"size", text(line.size)},
                           {"bytes", line.bytes},
                           {"contestants", jsonOf(line.standings)}});
@@ -64,6 +63,7 @@ std::string json(const Results& results) {
                      {"jobs", jsonOf(results.jobs)},
                      {"instruction sets", jsonOf(results.instructionSets)},
                      {"operations", jsonOf(results.operations)},
+                     {"filter construction", jsonOf(results.creations)},
                      {"threads", jsonOf(results.threads)}};
     return whole.dump(1) + "\n";
 }

@@ -1,5 +1,6 @@
 // The library side by side with its peers. scripts/bench builds and runs this; docs/performance.md says what
 // is measured and how.
+#include "bench/floors.h"
 #include "bench/options.h"
 #include "bench/peers.h"
 #include "bench/report.h"
@@ -39,9 +40,17 @@ int run(int argc, char** argv) {
     bench::loadFftwWisdom(options.wisdom, !options.quick);
     bench::Results results;
     bench::addJobs(options, results);
-    benchmark::RunSpecifiedBenchmarks();
+    bench::addInstructionSets(options, results);
+    bench::addOperations(options, results);
+    bench::addThreads(options, results);
+    if (benchmark::RunSpecifiedBenchmarks() == 0) {
+        return 0; // They were only listed.
+    }
     bench::saveFftwWisdom(options.wisdom);
     report(options, results);
+    if (options.quick) {
+        std::cout << bench::checkFloors(options.floors, results);
+    }
     for (const std::string& failure : results.failures) {
         std::cerr << "FAILED: " << failure << '\n';
     }

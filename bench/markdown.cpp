@@ -156,7 +156,7 @@ std::string operationTables(const Results& results) {
     std::string result =
         "## Element-wise operations\n\n"
         "Gigabytes per second, read and written; the time of copying as many bytes in the same run "
-        "divided by ours (1: as fast as copying); and, where the result is a new image or filter, "
+        "divided by ours (1: as fast as copying); and, where the result is a new image, "
         "the same with a copy into new memory.\n\n";
     Table table({"operation", "size", "GB/s", "copy", "copy to new"});
     for (const BytesLine& line : results.operations) {
@@ -168,6 +168,21 @@ std::string operationTables(const Results& results) {
                    fresh == nullptr ? "" : number(fresh->ratio.median)});
     }
     return result + table.text();
+}
+
+std::string creationTables(const Results& results) {
+    if (results.creations.empty()) {
+        return "";
+    }
+    Table table({"filter", "size", "ms", "apply"});
+    for (const BytesLine& line : results.creations) {
+        table.add({line.operation, text(line.size), number(line.standings.front().seconds.median * 1e3),
+                   number(line.standings.back().ratio.median)});
+    }
+    return "## Construction of filters\n\nMilliseconds; and the time of applying the filter once, in place, "
+           "divided by "
+           "that of building it:\n\n" +
+           table.text();
 }
 
 std::string threadTables(const Results& results) {
@@ -190,7 +205,7 @@ std::string markdown(const Results& results) {
         result += "- " + line + "\n";
     }
     return result + "\n" + jobTables(results) + instructionSetTables(results) + operationTables(results) +
-           threadTables(results);
+           creationTables(results) + threadTables(results);
 }
 
 } // namespace bench

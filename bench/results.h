@@ -23,7 +23,6 @@ struct JobLine {
 /// An operation that touches each of its bytes once or so; the first standing is ours, the others copy as
 /// many bytes.
 struct BytesLine {
-    std::string group;
     std::string operation;
     Size size;
     double bytes = 0.0; ///< read and written
@@ -41,6 +40,7 @@ struct Results {
     std::vector<JobLine> jobs;
     std::vector<JobLine> instructionSets; ///< the same jobs, ours by instruction set
     std::vector<BytesLine> operations;
+    std::vector<BytesLine> creations; ///< of filters, against applying them; no bytes
     std::vector<ThreadsLine> threads;
     std::vector<std::string> failures; ///< why the run as a whole has failed
 };
