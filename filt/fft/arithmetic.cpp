@@ -34,34 +34,10 @@ void checkSizes(const vxPair<long>& a, const vxPair<long>& b, const char* messag
     }
 }
 
-// c = a, unless they are one buffer; refused when the copy would not fit b.
-void assign(const vxFrequencyBuffer& a, const vxFrequencyBuffer& b, vxFrequencyBuffer& c,
-            const char* message) {
-    if (&c != &a) {
-        checkSizes(Access::copySize(a), Access::size(b), message);
-        c = a;
-    }
-}
-
 struct Sample {
     float re;
     float im;
 };
-
-// updated = rule(updated, other) for each sample. Both parts are read before either is written, so that a
-// buffer can be combined with itself.
-template <class Rule>
-void combine(const vxFrequencyBuffer& other, vxFrequencyBuffer& updated, Rule rule) {
-    const float* a = Access::data(other);
-    float* b = Access::data(updated);
-    for (std::uint64_t left = Access::sampleCount(updated); left > 0; --left) {
-        const Sample result = rule(Sample{b[0], b[1]}, Sample{a[0], a[1]});
-        b[0] = result.re;
-        b[1] = result.im;
-        a += 2;
-        b += 2;
-    }
-}
 
 Sample product(Sample b, Sample a) {
     return {b.re * a.re - b.im * a.im, b.im * a.re + b.re * a.im};
@@ -74,13 +50,66 @@ Sample sum(Sample b, Sample a) {
 Sample difference(Sample b, Sample a) {
     return {b.re - a.re, b.im - a.im};
 }
+
+// The loops work on samples (real, imaginary). An output is one of the inputs or shares nothing with them;
+// the callers show which, so that the compiler can vectorise the loop for each.
+
+// out = rule(first, second) for each sample.
+template <class Rule>
+void combine(const float* first, const float* second, float* out, std::uint64_t count, Rule rule) {
+    for (std::uint64_t i = 0; i < 2 * count; i += 2) {
+        const Sample result = rule(Sample{first[i], first[i + 1]}, Sample{second[i], second[i + 1]});
+        out[i] = result.re;
+        out[i + 1] = result.im;
+    }
+}
+
+// b = rule(b, a).
+template <class Rule>
+void update(const vxFrequencyBuffer& a, vxFrequencyBuffer& b, Rule rule) {
+    const float* other = Access::data(a);
+    float* updated = Access::data(b);
+    const std::uint64_t count = Access::sampleCount(b);
+    if (other == updated) {
+        combine(updated, updated, updated, count, rule);
+    } else {
+        combine(updated, other, updated, count, rule);
+    }
+}
+
+// c = rule(a, b). Everything else it takes from a; refused when a copy of a would not fit b.
+template <class Rule>
+void combineInto(const vxFrequencyBuffer& a, const vxFrequencyBuffer& b, vxFrequencyBuffer& c, Rule rule,
+                 const char* message) {
+    if (&c == &a) {
+        update(b, c, rule);
+        return;
+    }
+    checkSizes(Access::copySize(a), Access::size(b), message);
+    Access::takeState(c, a); // When c is b it has that size already, and so keeps its samples.
+    const float* first = Access::data(a);
+    const float* second = Access::data(b);
+    float* out = Access::data(c);
+    if (second == out) {
+        combine(first, out, out, Access::sampleCount(c), rule);
+    } else {
+        combine(first, second, out, Access::sampleCount(c), rule);
+    }
+}
+
+void conjugate(const float* in, float* out, std::uint64_t count) {
+    for (std::uint64_t i = 0; i < 2 * count; i += 2) {
+        out[i] = in[i];
+        out[i + 1] = -in[i + 1];
+    }
+}
 } // namespace
 
 void vfFrequencyMultiply(const vxFrequencyBuffer& a, vxFrequencyBuffer& b) {
     checkInitialized(b, a);
     checkSizes(Access::size(a), Access::size(b), vx_Messages::multiplySizesDiffer);
     checkNotConsumed(a, b);
-    combine(a, b, product);
+    update(a, b, product);
 }
 
 void vfFrequencyMultiply(const vxFrequencyBuffer& a, const vxFrequencyBuffer& b, vxFrequencyBuffer& c) {
@@ -91,32 +120,34 @@ void vfFrequencyMultiply(const vxFrequencyBuffer& a, const vxFrequencyBuffer& b,
         vfFrequencyMultiply(a, c);
         return;
     }
-    assign(a, b, c, vx_Messages::multiplySizesDiffer);
-    vfFrequencyMultiply(b, c);
+    combineInto(a, b, c, product, vx_Messages::multiplySizesDiffer);
 }
 
 void vfFrequencyConjugate(vxFrequencyBuffer& a) {
     checkInitialized(a, a);
     checkNotConsumed(a, a);
-    float* imaginary = Access::data(a) + 1;
-    for (std::uint64_t left = Access::sampleCount(a); left > 0; --left) {
-        *imaginary = -*imaginary;
-        imaginary += 2;
-    }
+    float* samples = Access::data(a);
+    conjugate(samples, samples, Access::sampleCount(a));
 }
 
 void vfFrequencyConjugate(const vxFrequencyBuffer& a, vxFrequencyBuffer& b) {
     checkInitialized(a, a);
     checkNotConsumed(a, a);
-    b = a;
-    vfFrequencyConjugate(b);
+    if (&a == &b ||
+        Access::copySize(a) != Access::size(a)) { // The copy of a cropped buffer has another size.
+        b = a;
+        vfFrequencyConjugate(b);
+        return;
+    }
+    Access::takeState(b, a);
+    conjugate(Access::data(a), Access::data(b), Access::sampleCount(b));
 }
 
 void vfFrequencyAdd(const vxFrequencyBuffer& a, vxFrequencyBuffer& b) {
     checkInitialized(b, a);
     checkNotConsumed(a, b);
     checkSizes(Access::size(a), Access::size(b), vx_Messages::addSizesDiffer);
-    combine(a, b, sum);
+    update(a, b, sum);
 }
 
 void vfFrequencyAdd(const vxFrequencyBuffer& a, const vxFrequencyBuffer& b, vxFrequencyBuffer& c) {
@@ -127,28 +158,19 @@ void vfFrequencyAdd(const vxFrequencyBuffer& a, const vxFrequencyBuffer& b, vxFr
         vfFrequencyAdd(a, c);
         return;
     }
-    assign(a, b, c, vx_Messages::addSizesDiffer);
-    vfFrequencyAdd(b, c);
+    combineInto(a, b, c, sum, vx_Messages::addSizesDiffer);
 }
 
 void vfFrequencySubtract(const vxFrequencyBuffer& a, vxFrequencyBuffer& b) {
     checkInitialized(b, a);
     checkNotConsumed(a, b);
     checkSizes(Access::size(a), Access::size(b), vx_Messages::subtractSizesDiffer);
-    combine(a, b, difference);
+    update(a, b, difference);
 }
 
 void vfFrequencySubtract(const vxFrequencyBuffer& a, const vxFrequencyBuffer& b, vxFrequencyBuffer& c) {
     checkInitialized(a, b);
     checkSizes(Access::size(a), Access::size(b), vx_Messages::subtractSizesDiffer);
     checkNotConsumed(a, b);
-    if (&c != &b) {
-        assign(a, b, c, vx_Messages::subtractSizesDiffer);
-        vfFrequencySubtract(b, c);
-        return;
-    }
-    // Not commutative: c must take a's samples while b, the same buffer, is still needed.
-    const vxFrequencyBuffer subtrahend(b);
-    assign(a, subtrahend, c, vx_Messages::subtractSizesDiffer);
-    vfFrequencySubtract(subtrahend, c);
+    combineInto(a, b, c, difference, vx_Messages::subtractSizesDiffer);
 }

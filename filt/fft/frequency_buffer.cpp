@@ -157,6 +157,15 @@ vxFrequencyBuffer& vxFrequencyBuffer::operator=(const vxFrequencyBuffer& source)
         data_ = nullptr;
         return *this;
     }
+    takeState(source);
+    const std::size_t count = floatCount(width_, height_);
+    const std::size_t copied = std::min(count, floatCount(source.width_, source.height_));
+    std::copy_n(source.data_, copied, data_);
+    std::fill(data_ + copied, data_ + count, 0.0F);
+    return *this;
+}
+
+void vxFrequencyBuffer::takeState(const vxFrequencyBuffer& source) {
     // From the source size, not the allocated one: a cropped buffer's copy can be smaller than the buffer.
     setAndAllocate(source.sourceWidth_, source.sourceHeight_);
     xformCache_ = source.xformCache_;
@@ -165,11 +174,6 @@ vxFrequencyBuffer& vxFrequencyBuffer::operator=(const vxFrequencyBuffer& source)
     masked_ = source.masked_;
     maskedMiny_ = source.maskedMiny_;
     maskedMaxy_ = source.maskedMaxy_;
-    const std::size_t count = floatCount(width_, height_);
-    const std::size_t copied = std::min(count, floatCount(source.width_, source.height_));
-    std::copy_n(source.data_, copied, data_);
-    std::fill(data_ + copied, data_ + count, 0.0F);
-    return *this;
 }
 
 bool vxFrequencyBuffer::operator==(const vxFrequencyBuffer& other) const {

@@ -82,6 +82,9 @@ private:
     void setAndAllocate(long width, long height);
     /// The size that setAndAllocate would give, or InvalidSize.
     [[nodiscard]] static vxPair<long> allocatedSize(long width, long height);
+    /// What assignment does before it copies the samples: sizes this as a copy of another buffer, and takes
+    /// all else that a copy has. InvalidSize, before anything changes.
+    void takeState(const vxFrequencyBuffer& source);
     /// Gives width_ x height_ samples memory.
     void allocate();
     void swap(vxFrequencyBuffer& other) noexcept;

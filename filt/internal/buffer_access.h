@@ -12,6 +12,10 @@ struct vx_FrequencyBufferAccess {
     static vxPair<long> copySize(const vxFrequencyBuffer& buffer) {
         return vxFrequencyBuffer::allocatedSize(buffer.sourceWidth_, buffer.sourceHeight_);
     }
+    /// Makes `copy` a copy of another buffer in everything but its samples.
+    static void takeState(vxFrequencyBuffer& copy, const vxFrequencyBuffer& source) {
+        copy.takeState(source);
+    }
     static void swap(vxFrequencyBuffer& a, vxFrequencyBuffer& b) noexcept { a.swap(b); }
     /// Throws Uninitialized for a buffer without samples.
     static void requireSamples(const vxFrequencyBuffer& buffer) { buffer.requireSamples(); }
