@@ -34,9 +34,8 @@ bool covers(long from, long extent, long start, long size) noexcept {
            distance(from, start) <= static_cast<unsigned long>(extent - size);
 }
 
-std::shared_ptr<void> allocateZeros(std::size_t size, std::size_t alignment) {
+std::shared_ptr<void> allocateBytes(std::size_t size, std::size_t alignment) {
     void* const bytes = ::operator new(size, static_cast<std::align_val_t>(alignment));
-    std::memset(bytes, 0, size);
     return {bytes, [alignment](void* p) { ::operator delete(p, static_cast<std::align_val_t>(alignment)); }};
 }
 } // namespace
@@ -57,11 +56,17 @@ void vx_PelBuffer::allocate(long width, long height, long alignment, std::size_t
     if (rowPels > std::min(maxLong, maxBytes / pelSize / static_cast<std::size_t>(height))) {
         throw std::length_error("vxPelBuffer: image too large");
     }
-    owner_ = allocateZeros(rowPels * static_cast<std::size_t>(height) * pelSize, step);
+    owner_ = allocateBytes(rowPels * static_cast<std::size_t>(height) * pelSize, step);
     pels_ = owner_.get();
     width_ = width;
     height_ = height;
     rowUpdate_ = static_cast<long>(rowPels);
+}
+
+void vx_PelBuffer::clear(std::size_t pelSize) noexcept {
+    if (isBound()) {
+        std::memset(pels_, 0, static_cast<std::size_t>(rowUpdate_ * height_) * pelSize);
+    }
 }
 
 void vx_PelBuffer::bind(void* pels, long width, long height, long rowUpdate, std::size_t pelSize,
@@ -112,6 +117,7 @@ void vx_PelBuffer::narrow(void* pels, long x, long y, long width, long height) n
 template <vx_Pel T>
 vxPelBuffer_const<T>::vxPelBuffer_const(long width, long height, long alignment) {
     allocate(width, height, alignment, sizeof(T));
+    clear(sizeof(T));
 }
 
 template <vx_Pel T>
@@ -137,6 +143,13 @@ vxPelBuffer_const<T> vxPelBuffer_const<T>::window(long x, long y, long width, lo
 template <vx_Pel T>
 vxPelBuffer<T>::vxPelBuffer(long width, long height, long alignment)
     : vxPelBuffer_const<T>(width, height, alignment) {}
+
+template <vx_Pel T>
+vxPelBuffer<T> vxPelBuffer<T>::unset(long width, long height, long alignment) {
+    vxPelBuffer result;
+    result.allocate(width, height, alignment, sizeof(T));
+    return result;
+}
 
 template <vx_Pel T>
 vxPelBuffer<T>::vxPelBuffer(T* pels, long width, long height, long rowUpdate, std::shared_ptr<void> owner)

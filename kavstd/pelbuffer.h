@@ -48,8 +48,10 @@ protected:
     vx_PelBuffer(const vx_PelBuffer&) = default;
     vx_PelBuffer& operator=(const vx_PelBuffer&) = default;
 
-    /// Makes new pels of `pelSize` bytes, all zero.
+    /// Makes new pels of `pelSize` bytes, of any values.
     void allocate(long width, long height, long alignment, std::size_t pelSize);
+    /// Zeroes what allocate made.
+    void clear(std::size_t pelSize) noexcept;
     /// Checks and takes the caller's pels.
     void bind(void* pels, long width, long height, long rowUpdate, std::size_t pelSize,
               std::shared_ptr<void> owner);
@@ -107,6 +109,8 @@ class VX_EXPORT vxPelBuffer : public vxPelBuffer_const<T> {
 public:
     vxPelBuffer() = default;
     vxPelBuffer(long width, long height, long alignment = 32);
+    /// As that constructor, but the pels have any values: for a caller that writes them all.
+    [[nodiscard]] static vxPelBuffer unset(long width, long height, long alignment = 32);
     vxPelBuffer(T* pels, long width, long height, long rowUpdate, std::shared_ptr<void> owner = {});
 
     [[nodiscard]] T* pointToOffset() const noexcept { return static_cast<T*>(this->pels_); }

@@ -15,6 +15,9 @@ constexpr double turn = 2.0 * std::numbers::pi;
 constexpr double manyTurns = 65536.0;
 
 double directionOf(double radians) noexcept {
+    if (std::fabs(radians) < turn) {
+        return radians; // Its own remainder.
+    }
     if (std::fabs(radians) < manyTurns) {
         return std::fmod(radians, turn);
     }

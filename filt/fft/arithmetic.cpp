@@ -77,24 +77,19 @@ void update(const vxFrequencyBuffer& a, vxFrequencyBuffer& b, Rule rule) {
     }
 }
 
-// c = rule(a, b). Everything else it takes from a; refused when a copy of a would not fit b.
+// c = rule(a, b), where c is not b. It takes everything else from a; refused when a copy of a would not fit
+// b.
 template <class Rule>
 void combineInto(const vxFrequencyBuffer& a, const vxFrequencyBuffer& b, vxFrequencyBuffer& c, Rule rule,
                  const char* message) {
     if (&c == &a) {
+        checkSizes(Access::size(b), Access::size(c), message);
         update(b, c, rule);
         return;
     }
     checkSizes(Access::copySize(a), Access::size(b), message);
-    Access::takeState(c, a); // When c is b it has that size already, and so keeps its samples.
-    const float* first = Access::data(a);
-    const float* second = Access::data(b);
-    float* out = Access::data(c);
-    if (second == out) {
-        combine(first, out, out, Access::sampleCount(c), rule);
-    } else {
-        combine(first, second, out, Access::sampleCount(c), rule);
-    }
+    Access::takeState(c, a);
+    combine(Access::data(a), Access::data(b), Access::data(c), Access::sampleCount(c), rule);
 }
 
 void conjugate(const float* in, float* out, std::uint64_t count) {
@@ -172,5 +167,11 @@ void vfFrequencySubtract(const vxFrequencyBuffer& a, const vxFrequencyBuffer& b,
     checkInitialized(a, b);
     checkSizes(Access::size(a), Access::size(b), vx_Messages::subtractSizesDiffer);
     checkNotConsumed(a, b);
-    combineInto(a, b, c, difference, vx_Messages::subtractSizesDiffer);
+    if (&c != &b) {
+        combineInto(a, b, c, difference, vx_Messages::subtractSizesDiffer);
+        return;
+    }
+    // Not commutative: c must take a's samples while b, the same buffer, is still needed.
+    const vxFrequencyBuffer subtrahend(b);
+    combineInto(a, subtrahend, c, difference, vx_Messages::subtractSizesDiffer);
 }

@@ -6,18 +6,28 @@
 #include <cmath>
 
 namespace {
-// Writes value(re, im) of each sample, in storage order, to its pel; centred images have DC in the middle.
+// Writes value(re, im) of `count` samples to as many pels.
 template <class Value>
-vxPelBuffer<double> render(const float* sample, long width, long height, bool centered, Value value) {
-    vxPelBuffer<double> image(width, height, 32);
+void renderRun(const float* samples, double* pels, long count, Value value) {
+    for (long i = 0; i < count; ++i) {
+        pels[i] = value(samples[2 * i], samples[2 * i + 1]);
+    }
+}
+
+// Writes the value of each sample, in storage order, to its pel; centred images have DC in the middle.
+template <class Value>
+vxPelBuffer<double> render(const float* samples, long width, long height, bool centered, Value value) {
+    // The centred numbers of an odd size leave a pel out.
+    const bool writesAll = !centered || (width % 2 == 0 && height % 2 == 0);
+    vxPelBuffer<double> image =
+        writesAll ? vxPelBuffer<double>::unset(width, height, 32) : vxPelBuffer<double>(width, height, 32);
+    // Centring swaps the halves of each row.
+    const long shift = centered ? width >> 1 : 0;
     for (long v = 0; v < height; ++v) {
-        const long y = centered ? vf_CentredNumber(v, height) : v;
-        double* row = vf_PelRow(image, y);
-        for (long u = 0; u < width; ++u) {
-            const long x = centered ? vf_CentredNumber(u, width) : u;
-            row[x] = value(sample[0], sample[1]);
-            sample += 2;
-        }
+        double* row = vf_PelRow(image, centered ? vf_CentredNumber(v, height) : v);
+        renderRun(samples, row + shift, shift, value);
+        renderRun(samples + 2 * shift, row, width - shift, value);
+        samples += 2 * width;
     }
     return image;
 }

@@ -26,8 +26,7 @@ public:
 private:
     using Runs = std::array<vx_GainRun, 2>;
     [[nodiscard]] Runs runsAt(long v);
-    [[nodiscard]] vx_GainRun run(long begin, long end) const;
-    [[nodiscard]] float gainAt(std::int64_t squaredRadius) const;
+    void findGains(std::int64_t squaredV);
 
     long width_;
     long height_;
@@ -39,5 +38,6 @@ private:
     std::int64_t outerSquared_;
     long begin_; // The ring's |u| at the last v: begin_ <= |u| < end_. Both shrink as |v| grows.
     long end_;
-    std::vector<float> gains_; // Of one row, by column.
+    std::vector<float> gains_;    // Of one row, by |u|.
+    std::vector<float> mirrored_; // Those of u < 0 by column, where |u| counts down to 1.
 };

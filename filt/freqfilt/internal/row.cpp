@@ -5,12 +5,23 @@
 #include <algorithm>
 
 namespace {
-void multiply(const float* in, float* out, const vx_GainRun& run) {
-    for (long x = run.begin; x < run.end; ++x) {
-        // No gain is skipped, not even 0 or 1: signs of zeros and NaNs would show it.
-        const float gain = run.gains[x - run.begin];
-        out[2 * x] = in[2 * x] * gain;
-        out[2 * x + 1] = in[2 * x + 1] * gain;
+// out = in * gain for each sample. No gain is skipped, not even 0 or 1: signs of zeros and NaNs would show
+// it.
+void multiply(const float* in, float* out, const float* gains, long count) {
+    for (long i = 0; i < count; ++i) {
+        out[2 * i] = in[2 * i] * gains[i];
+        out[2 * i + 1] = in[2 * i + 1] * gains[i];
+    }
+}
+
+void multiplyRun(const float* in, float* out, const vx_GainRun& run) {
+    const float* from = in + 2 * run.begin;
+    float* to = out + 2 * run.begin;
+    const long count = run.end - run.begin;
+    if (from == to) { // Said, so that the compiler can vectorise either loop.
+        multiply(to, to, run.gains, count);
+    } else {
+        multiply(from, to, run.gains, count);
     }
 }
 
@@ -29,7 +40,7 @@ void vf_MultiplyRow(const float* in, float* out, long width, std::span<const vx_
     for (const vx_GainRun& run : runs) {
         if (run.begin < run.end) {
             finishOutside(in, out, done, run.begin, outside);
-            multiply(in, out, run);
+            multiplyRun(in, out, run);
             done = run.end;
         }
     }
