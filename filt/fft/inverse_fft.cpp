@@ -3,7 +3,9 @@
 #include "filt/fft/internal/angle_quadrant_images.h"
 #include "filt/fft/internal/spatial_images.h"
 #include "filt/fft/internal/transformable.h"
+#include "filt/fft/kernels/instruction_sets.h"
 #include "filt/fft/kernels/kernels.h"
+#include "filt/fft/kernels/workspace.h"
 #include "filt/internal/convert.h"
 #include "filt/internal/numerics.h"
 #include "kavstd/attention.h"
@@ -52,11 +54,22 @@ void requireInvertible(const vxFrequencyBuffer& buffer) {
     }
 }
 
+// The rows that are not zero, as far as the buffer knows.
+struct Band {
+    long low;
+    long high;
+};
+
+Band bandOf(const vxFrequencyBuffer& buffer) {
+    if (Access::masked(buffer) != 0) {
+        return {Access::maskedMiny(buffer), Access::maskedMaxy(buffer)};
+    }
+    return {0, Access::height(buffer)};
+}
+
 void transform(vxFrequencyBuffer& buffer) {
-    const bool masked = Access::masked(buffer) != 0;
-    const long bandLow = masked ? Access::maskedMiny(buffer) : 0;
-    const long bandHigh = masked ? Access::maskedMaxy(buffer) : Access::height(buffer);
-    vf_ComplexFFT2D(Access::data(buffer), Access::size(buffer), -1, bandLow, bandHigh);
+    const Band band = bandOf(buffer);
+    vf_ComplexFFT2D(Access::data(buffer), Access::size(buffer), -1, band.low, band.high);
 }
 
 // The spatial samples: the buffer's own, transformed here unless it is consumed, or those of a transformed
@@ -142,18 +155,45 @@ vxPelBuffer<P> magnitudeImage(const vxFrequencyBuffer& spatial, double maximum, 
     return vf_ImageOf<P>(spatial, [&](float re, float im) { return pelOf<P>(magnitude(re, im)); });
 }
 
+// The magnitudes of a spectrum that is to stay as it is: the same image, without the spatial samples in
+// between.
+template <vx_Pel P>
+vxPelBuffer<P> directMagnitudeImage(const vxFrequencyBuffer& spectrum) {
+    const vx_Plane plane = vf_PlaneOf(spectrum);
+    const Band band = bandOf(spectrum);
+    const vx_Workspace<float> work(2 * plane.width * plane.height);
+    vxPelBuffer<P> image = vf_EmptyImageOf<P>(spectrum);
+    vf_KernelsFor(Access::size(spectrum))
+        .template pels<P>()
+        .inverseMagnitude(plane.data, {work.get(), plane.width, plane.height},
+                          {band.low, band.high, plane.height}, scaleOf(spectrum), image);
+    return image;
+}
+
+// Whether the magnitudes are all that is wanted of the spatial samples. A loaded buffer's copy, which is then
+// transformed instead of it, may be of another size.
+bool isDirect(const vxFrequencyBuffer& buffer, bool samplesWanted, bool inPlace) {
+    return !samplesWanted && !inPlace && !Access::inverseComputed(buffer) &&
+           Access::copySize(buffer) == Access::size(buffer);
+}
+
 // The core of all six members. Outputs are handed out when nothing can fail any more.
 template <vx_Pel P, vx_Pel S>
 void invert(const Member<P, S>& member, vxFrequencyBuffer& buffer, vxPelBuffer<P>& image,
             vxPelBuffer<S>* second, bool normalize, bool inPlace) {
     requireInvertible(buffer);
     vxFrequencyBuffer copy;
-    const vxFrequencyBuffer& spatial = spatialSamples(buffer, copy, inPlace);
-    vxAttention::check();
-    vxPelBuffer<P> mainImage = magnitudeImage<P>(spatial, member.maximum, normalize);
+    vxPelBuffer<P> mainImage;
     vxPelBuffer<S> secondImage;
-    if (second != nullptr) {
-        secondImage = member.secondImage(spatial);
+    if (isDirect(buffer, second != nullptr || (normalize && member.maximum > 0.0), inPlace)) {
+        mainImage = directMagnitudeImage<P>(buffer);
+    } else {
+        const vxFrequencyBuffer& spatial = spatialSamples(buffer, copy, inPlace);
+        vxAttention::check();
+        mainImage = magnitudeImage<P>(spatial, member.maximum, normalize);
+        if (second != nullptr) {
+            secondImage = member.secondImage(spatial);
+        }
     }
     if (inPlace) {
         markConsumed(buffer);
@@ -161,7 +201,7 @@ void invert(const Member<P, S>& member, vxFrequencyBuffer& buffer, vxPelBuffer<P
     if (!member.offsetBeforeWrap) {
         mainImage.offset(0, 0);
     }
-    mainImage = vf_Wrapped(spatial, mainImage);
+    mainImage = vf_Wrapped(buffer, mainImage);
     if (second != nullptr && member.secondWrittenFirst) {
         vf_Deliver(secondImage, *second);
     }

@@ -3,6 +3,7 @@
 /// transforms.
 #pragma once
 
+#include "filt/fft/kernels/kernel_table.h"
 #include "filt/internal/buffer_access.h"
 #include "filt/internal/messages.h"
 
@@ -26,4 +27,9 @@ inline void vf_RequireKernelSize(const vxFrequencyBuffer& buffer) {
 /// to it.
 inline vxFrequencyBuffer& vf_ReadOnly(const vxFrequencyBuffer& buffer) {
     return const_cast<vxFrequencyBuffer&>(buffer);
+}
+
+/// The buffer's samples as the kernels take them. Writable even through a const buffer.
+inline vx_Plane vf_PlaneOf(const vxFrequencyBuffer& buffer) {
+    return vf_PlaneOf(vx_FrequencyBufferAccess::data(buffer), vx_FrequencyBufferAccess::size(buffer));
 }

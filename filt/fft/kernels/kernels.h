@@ -7,8 +7,8 @@
 /// numbering: row r of the storage has the number r + height / 2 when r < height / 2, else r - height / 2;
 /// the band (0, height) is every row.
 ///
-/// A cancellation point every 16 rows and before each transpose in blocks; what it throws, like a failed
-/// allocation, passes through and leaves the storage partly transformed.
+/// A cancellation point at least every 16 rows of the row pass and every 16 columns of the column pass; what
+/// it throws, like a failed allocation, passes through and leaves the storage partly transformed.
 #pragma once
 
 #include "kavstd/pair.h"

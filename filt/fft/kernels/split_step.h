@@ -2,7 +2,8 @@
 /// From the transform of a real row read as half as many complex samples to the half spectrum of the row.
 #pragma once
 
-#include "filt/fft/kernels/samples.h"
+#include "filt/fft/kernels/split_radix.h"
+#include "filt/fft/kernels/workspace.h"
 
 #include <cstddef>
 
@@ -13,15 +14,52 @@ public:
 
     /// Takes the transform Z[0 .. n-1] of the samples z[k] = (x[2k], x[2k+1]) and leaves X[0 .. n]: one
     /// sample more.
-    void apply(vx_Samples z) const noexcept;
+    template <class L>
+    void apply(vx_LaneSample<L>* z) const noexcept {
+        for (std::size_t k = 1; k < n_ / 2; ++k) {
+            splitPair<L>(z[k], z[n_ - k], factors_.get()[k]);
+        }
+        // Rows of two values have no middle sample.
+        if (n_ > 1) {
+            z[n_ / 2].im = -z[n_ / 2].im;
+        }
+        splitEnds<L>(z[0], z[n_]);
+    }
 
 private:
-    void splitPairs(vx_Samples z) const noexcept;
-    void splitEnds(vx_Samples z) const noexcept;
+    struct Factor {
+        float re;
+        float im;
+    };
+
+    template <class L>
+    void splitPair(vx_LaneSample<L>& a, vx_LaneSample<L>& b, const Factor& w) const noexcept {
+        using V = typename L::V;
+        constexpr float c1 = 0.5F;
+        const V h1r = (a.re + b.re) * c1;
+        const V h1i = (a.im - b.im) * c1;
+        const V h2r = (a.im + b.im) * -c2_;
+        const V h2i = (a.re - b.re) * c2_;
+        a.re = h1r + h2r * w.re - h2i * w.im;
+        a.im = h1i + h2i * w.re + h2r * w.im;
+        b.re = h1r - h2r * w.re + h2i * w.im;
+        b.im = -h1i + h2i * w.re + h2r * w.im;
+    }
+
+    /// DC and Nyquist, which arrive as the two parts of one sample.
+    template <class L>
+    void splitEnds(vx_LaneSample<L>& dc, vx_LaneSample<L>& nyquist) const noexcept {
+        using V = typename L::V;
+        const V sum = dc.re + dc.im;
+        const V difference = dc.re - dc.im;
+        const float scale = c2_ < 0.0F ? 1.0F : 0.5F;
+        dc.re = sum * scale;
+        nyquist.re = difference * scale;
+        dc.im = V{};
+        nyquist.im = V{};
+    }
 
     std::size_t n_;
-    bool forward_;
     float c2_;
-    float wpr_;
-    float wpi_;
+    vx_Workspace<Factor> factors_; // Of sample k, 1 <= k < n/2.
 };

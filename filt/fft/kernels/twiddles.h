@@ -1,19 +1,31 @@
 /// \file
-/// The base tables of the twiddle factors.
+/// The factors of the 1-D transform's butterflies.
 #pragma once
 
-#include <array>
+#include "filt/fft/kernels/workspace.h"
+
 #include <cstddef>
 
-/// For each level k, with L = 2^k and the angle a = direction 2 pi / L: the cosines and sines of a and 3 a,
-/// computed in double and rounded to float. Sixteen levels reach transforms of length 32768.
-struct vx_Twiddles {
-    static constexpr std::size_t levels = 16;
+/// w = (re1, im1) and w3 = (re3, im3) of one butterfly; -re1 spares it a negation.
+struct vx_Twiddle {
+    float re1;
+    float im1;
+    float negativeRe1;
+    float re3;
+    float im3;
+};
 
-    explicit vx_Twiddles(double direction);
+/// The factors of every span up to the length of a transform. Those of a span are powers of its first
+/// (computed in double, rounded to float) by repeated multiplication in float: the rounding that this
+/// accumulates is part of the numerics.
+class vx_Twiddles {
+public:
+    /// For transforms of length 1 .. longest, a power of two. The sines have the sign of `direction`.
+    vx_Twiddles(std::size_t longest, int direction);
 
-    std::array<float, levels> cos1;
-    std::array<float, levels> sin1;
-    std::array<float, levels> cos3;
-    std::array<float, levels> sin3;
+    /// The factors of the span's butterflies, span / 4 of them.
+    [[nodiscard]] const vx_Twiddle* of(std::size_t span) const noexcept { return factors_.get() + span / 4; }
+
+private:
+    vx_Workspace<vx_Twiddle> factors_;
 };

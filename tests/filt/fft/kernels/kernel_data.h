@@ -2,6 +2,8 @@
 /// Matrices for the tests of the kernels: inputs, comparison bit by bit, and a transform in double precision.
 #pragma once
 
+#include "filt/fft/kernels/instruction_sets.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -201,6 +203,16 @@ void forEachSize(long limit, Visit visit) {
         for (long h = 1; h <= limit; h *= 2) {
             visit(w, h);
         }
+    }
+}
+
+/// Calls visit() with the transforms of each instruction set of this machine.
+template <class Visit>
+void forEachInstructionSet(Visit visit) {
+    for (const vx_InstructionSet set : vf_SupportedInstructionSets()) {
+        SCOPED_TRACE(vf_InstructionSetName(set));
+        const vx_ForcedInstructionSet forced(set);
+        visit();
     }
 }
 

@@ -1,5 +1,6 @@
 #include "filt/fft/kernels/kernels.h"
 
+#include "filt/fft/kernels/instruction_sets.h"
 #include "kavstd/attention.h"
 #include "tests/filt/fft/kernels/kernel_data.h"
 #include "tests/support/failing_allocation.h"
@@ -122,11 +123,13 @@ TEST(Kernels, GiveTheSameBitsEverywhere) {
         const long w = row.w;
         const long h = row.h;
         const std::string size = std::to_string(w) + " x " + std::to_string(h);
-        EXPECT_EQ(hashOf(Kernel::real, w, h, 1, 0, h), row.real) << size;
-        EXPECT_EQ(hashOf(Kernel::real, w, h, -1, 0, h), row.realBackward) << size;
-        EXPECT_EQ(hashOf(Kernel::complex, w, h, 1, 0, h), row.complex) << size;
-        EXPECT_EQ(hashOf(Kernel::complex, w, h, -1, 0, h), row.complexBackward) << size;
-        EXPECT_EQ(hashOf(Kernel::complex, w, h, -1, h / 4, h / 2), row.banded) << size;
+        kernel_data::forEachInstructionSet([&] {
+            EXPECT_EQ(hashOf(Kernel::real, w, h, 1, 0, h), row.real) << size;
+            EXPECT_EQ(hashOf(Kernel::real, w, h, -1, 0, h), row.realBackward) << size;
+            EXPECT_EQ(hashOf(Kernel::complex, w, h, 1, 0, h), row.complex) << size;
+            EXPECT_EQ(hashOf(Kernel::complex, w, h, -1, 0, h), row.complexBackward) << size;
+            EXPECT_EQ(hashOf(Kernel::complex, w, h, -1, h / 4, h / 2), row.banded) << size;
+        });
     }
 }
 
@@ -136,23 +139,13 @@ struct Cancelled {
     long check;
 };
 
-/// The checks of a loop over `rows` rows.
-long checksOfRows(long rows) {
-    return (rows + 15) / 16;
-}
-
-/// The checks of the two transposes: one each when they work in blocks.
-long checksOfTransposes(long w, long h, long smallestSquare) {
-    const bool inBlocks = w == h ? w >= smallestSquare : w >= 4 && h >= 4;
-    return inBlocks ? 2 : 0;
-}
-
+/// One for each tile of rows, then one for each tile of columns; the Nyquist column is a tile of its own.
 long expectedChecks(Kernel kernel, long w, long h) {
+    const auto lanes = static_cast<long>(vf_KernelsFor({w, h}).lanes);
     if (kernel == Kernel::real) {
-        const long rows = w == 1 ? 0 : checksOfRows(h);
-        return rows + checksOfRows(w / 2 + 1) + checksOfTransposes(w, h, 8);
+        return w == 1 ? 1 : h / lanes + w / 2 / lanes + 1;
     }
-    return checksOfRows(h) + checksOfRows(w) + checksOfTransposes(w, h, 4);
+    return h / lanes + w / lanes;
 }
 
 long countChecks(Kernel kernel, long w, long h, long bandLow, long bandHigh) {
@@ -163,19 +156,20 @@ long countChecks(Kernel kernel, long w, long h, long bandLow, long bandHigh) {
     return checks;
 }
 
-TEST(Kernels, CheckEverySixteenRowsAndBeforeEachTransposeInBlocks) {
-    for (const Kernel kernel : {Kernel::real, Kernel::complex}) {
-        kernel_data::forEachSize(256, [kernel](long w, long h) {
-            const long expected = expectedChecks(kernel, w, h);
-            EXPECT_EQ(countChecks(kernel, w, h, 0, h), expected) << w << " x " << h;
-            // Skipped rows count all the same.
-            EXPECT_EQ(countChecks(kernel, w, h, 5, 3), expected) << w << " x " << h;
-        });
-        EXPECT_EQ(countChecks(kernel, 2048, 2048, 0, 2048), expectedChecks(kernel, 2048, 2048));
-    }
-    // 2048 rows, 1025 columns and two transposes; 2048 rows, 2048 columns and two transposes.
-    EXPECT_EQ(expectedChecks(Kernel::real, 2048, 2048), 128 + 65 + 2);
-    EXPECT_EQ(expectedChecks(Kernel::complex, 2048, 2048), 128 + 128 + 2);
+TEST(Kernels, CheckBeforeEachTileOfRowsAndOfColumns) {
+    kernel_data::forEachInstructionSet([] {
+        for (const Kernel kernel : {Kernel::real, Kernel::complex}) {
+            kernel_data::forEachSize(256, [kernel](long w, long h) {
+                const long expected = expectedChecks(kernel, w, h);
+                EXPECT_EQ(countChecks(kernel, w, h, 0, h), expected) << w << " x " << h;
+                // Skipped rows count all the same.
+                EXPECT_EQ(countChecks(kernel, w, h, 5, 3), expected) << w << " x " << h;
+            });
+        }
+        // At least every 16 rows and every 16 columns.
+        EXPECT_GE(countChecks(Kernel::real, 2048, 2048, 0, 2048), 128 + 64 + 1);
+        EXPECT_GE(countChecks(Kernel::complex, 2048, 2048, 0, 2048), 128 + 128);
+    });
 }
 
 TEST(Kernels, PassOnWhatAnyCheckThrows) {
@@ -193,7 +187,7 @@ TEST(Kernels, PassOnWhatAnyCheckThrows) {
                 });
                 bool cancelled = false;
                 try {
-                    run(kernel, data, w, h, -1, 0, h);
+                    run(kernel, data, w, h, 1, 0, h);
                 } catch (const Cancelled& thrown) {
                     cancelled = true;
                     EXPECT_EQ(thrown.check, last);
@@ -208,9 +202,10 @@ TEST(Kernels, PassOnWhatAnyCheckThrows) {
 TEST(Kernels, StopBeforeTheRowsOfTheFailedCheck) {
     constexpr long w = 32;
     constexpr long h = 64;
+    const auto lanes = static_cast<long>(vf_KernelsFor({w, h}).lanes);
     for (const Kernel kernel : {Kernel::real, Kernel::complex}) {
         const Matrix input = kernel_data::make(w, h, Kind::noise, 1);
-        for (long last = 0; last < h / 16; ++last) {
+        for (long last = 0; last < h / lanes; ++last) {
             Matrix data = input;
             long seen = 0;
             const vxAttention::Scope scope([&seen, last] {
@@ -223,7 +218,7 @@ TEST(Kernels, StopBeforeTheRowsOfTheFailedCheck) {
                 const auto begin = row * 2 * w;
                 const Matrix now(data.begin() + begin, data.begin() + begin + 2 * w);
                 const Matrix before(input.begin() + begin, input.begin() + begin + 2 * w);
-                EXPECT_EQ(now == before, row >= 16 * last) << "row " << row << " at check " << last;
+                EXPECT_EQ(now == before, row >= lanes * last) << "row " << row << " at check " << last;
             }
         }
     }
@@ -242,26 +237,52 @@ TEST(Kernels, PassOnFailedAllocationsWithTheSamplesUnchanged) {
                                                            EXPECT_TRUE(threw) << w << " x " << h;
                                                            EXPECT_EQ(data, input) << w << " x " << h;
                                                        });
-            // The swap table; the scratch buffer of a matrix that is not square.
-            EXPECT_EQ(failures, w == h || w == 1 || h == 1 ? 1 : 2) << w << " x " << h;
+            // The factors of the butterflies and a tile of columns; a tile of rows; the factors of the split
+            // step.
+            const long expected = kernel == Kernel::complex ? 3 : w == 1 ? 2 : 4;
+            EXPECT_EQ(failures, expected) << w << " x " << h;
             EXPECT_NE(w * h > 1, data == input) << w << " x " << h;
         });
     }
 }
 
-TEST(Kernels, TakeScratchMemoryOnlyWhenNotSquare) {
-    Matrix square = kernel_data::make(128, 128, Kind::noise, 1);
-    Matrix wide = kernel_data::make(256, 64, Kind::noise, 1);
-    for (const Kernel kernel : {Kernel::real, Kernel::complex}) {
-        {
+TEST(Kernels, TakeMemoryForATileAndNotForTheImage) {
+    for (const long side : {128L, 1024L}) {
+        Matrix data = kernel_data::make(side, side, Kind::noise, 1);
+        for (const Kernel kernel : {Kernel::real, Kernel::complex}) {
             const failing_allocation::Scope watch;
-            run(kernel, square, 128, 128, 1, 0, 128);
-            EXPECT_EQ(watch.largest(), 2 * 128 * sizeof(std::int32_t));
+            run(kernel, data, side, side, 1, 0, side);
+            EXPECT_EQ(watch.largest(),
+                      static_cast<std::size_t>(side) * 2 * sizeof(float) * vf_KernelsFor({side, side}).lanes);
         }
-        const failing_allocation::Scope watch;
-        run(kernel, wide, 256, 64, 1, 0, 64);
-        EXPECT_EQ(watch.largest(), (256 * 64 * 2 + 7) * sizeof(float));
     }
+}
+
+// The choice.
+
+TEST(Kernels, RunOnTheForcedInstructionSet) {
+    for (const vx_InstructionSet set : vf_SupportedInstructionSets()) {
+        const vx_ForcedInstructionSet forced(set);
+        EXPECT_EQ(vf_KernelsFor({2048, 2048}).set, set);
+        EXPECT_GE(vf_KernelsFor({2048, 2048}).lanes, 4U);
+        EXPECT_EQ(vf_KernelsFor({2, 2048}).lanes, 1U);
+        EXPECT_EQ(vf_KernelsFor({2048, 1}).lanes, 1U);
+    }
+}
+
+TEST(Kernels, RunOnTheFastestInstructionSetThatTheSizeFills) {
+    EXPECT_EQ(vf_KernelsFor({2048, 2048}).set, vf_SupportedInstructionSets().back());
+    kernel_data::forEachSize(128, [](long w, long h) {
+        const auto lanes = static_cast<long>(vf_KernelsFor({w, h}).lanes);
+        EXPECT_TRUE(lanes == 1 || (lanes <= h && 2 * lanes <= w)) << w << " x " << h;
+    });
+}
+
+TEST(Kernels, HaveNamesForTheirInstructionSets) {
+    EXPECT_STREQ(vf_InstructionSetName(vx_InstructionSet::portable), "portable");
+    EXPECT_STREQ(vf_InstructionSetName(vx_InstructionSet::sse2), "SSE2");
+    EXPECT_STREQ(vf_InstructionSetName(vx_InstructionSet::avx2), "AVX2");
+    EXPECT_STREQ(vf_InstructionSetName(vx_InstructionSet::avx512), "AVX-512");
 }
 
 } // namespace

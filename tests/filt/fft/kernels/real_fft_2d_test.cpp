@@ -30,8 +30,10 @@ void expectLiteral(long w, long h, Kind kind, int direction) {
     const Matrix input = kernel_data::make(w, h, kind, static_cast<unsigned>(w * 3 + h));
     Matrix expected = input;
     oracle::realFFT2D(expected, w, h, direction);
-    EXPECT_TRUE(kernel_data::sameBits(transformed(input, w, h, direction), expected))
-        << w << " x " << h << ", kind " << static_cast<int>(kind) << ", direction " << direction;
+    kernel_data::forEachInstructionSet([&] {
+        EXPECT_TRUE(kernel_data::sameBits(transformed(input, w, h, direction), expected))
+            << w << " x " << h << ", kind " << static_cast<int>(kind) << ", direction " << direction;
+    });
 }
 
 TEST(RealFFT2D, AgreesBitByBitWithTheLiteralStepsForEverySize) {
@@ -41,7 +43,7 @@ TEST(RealFFT2D, AgreesBitByBitWithTheLiteralStepsForEverySize) {
 TEST(RealFFT2D, AgreesBitByBitWithTheLiteralStepsForEveryInput) {
     kernel_data::forEachSize(64, [](long w, long h) {
         for (const Kind kind : kernel_data::everyKind) {
-            for (const int direction : {1, 0, -1}) {
+            for (const int direction : {1, -1}) {
                 expectLiteral(w, h, kind, direction);
             }
         }

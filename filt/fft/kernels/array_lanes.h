@@ -1,0 +1,79 @@
+/// \file
+/// Lanes for any compiler: arrays, and loops that most turn into the vectors they know.
+#pragma once
+
+#include "filt/internal/convert.h"
+
+#include <cmath>
+#include <cstddef>
+
+template <std::size_t n>
+struct vx_Floats {
+    float lane[n];
+};
+
+template <std::size_t n, class F>
+[[gnu::always_inline]] inline vx_Floats<n> vf_EachLane(F f) noexcept {
+    vx_Floats<n> result;
+    for (std::size_t i = 0; i < n; ++i) {
+        result.lane[i] = f(i);
+    }
+    return result;
+}
+
+template <std::size_t n>
+inline vx_Floats<n> operator+(const vx_Floats<n>& a, const vx_Floats<n>& b) noexcept {
+    return vf_EachLane<n>([&](std::size_t i) { return a.lane[i] + b.lane[i]; });
+}
+template <std::size_t n>
+inline vx_Floats<n> operator+(const vx_Floats<n>& a, float b) noexcept {
+    return vf_EachLane<n>([&](std::size_t i) { return a.lane[i] + b; });
+}
+template <std::size_t n>
+inline vx_Floats<n> operator-(const vx_Floats<n>& a, const vx_Floats<n>& b) noexcept {
+    return vf_EachLane<n>([&](std::size_t i) { return a.lane[i] - b.lane[i]; });
+}
+template <std::size_t n>
+inline vx_Floats<n> operator-(const vx_Floats<n>& a) noexcept {
+    return vf_EachLane<n>([&](std::size_t i) { return -a.lane[i]; });
+}
+template <std::size_t n>
+inline vx_Floats<n> operator*(const vx_Floats<n>& a, const vx_Floats<n>& b) noexcept {
+    return vf_EachLane<n>([&](std::size_t i) { return a.lane[i] * b.lane[i]; });
+}
+template <std::size_t n>
+inline vx_Floats<n> operator*(const vx_Floats<n>& a, float b) noexcept {
+    return vf_EachLane<n>([&](std::size_t i) { return a.lane[i] * b; });
+}
+
+/// The set of `n` such lanes.
+template <std::size_t n>
+struct vx_ArrayLanes {
+    using V = vx_Floats<n>;
+    static constexpr std::size_t count = n;
+
+    static V load(const float* from) noexcept {
+        return vf_EachLane<n>([from](std::size_t i) { return from[i]; });
+    }
+    static void store(float* to, const V& v) noexcept {
+        for (std::size_t i = 0; i < n; ++i) {
+            to[i] = v.lane[i];
+        }
+    }
+    template <class Pattern>
+    static V shuffle(const V& a, const V& b) noexcept {
+        return vf_EachLane<n>([&](std::size_t i) {
+            const std::size_t lane = Pattern::lane(i);
+            return lane < n ? a.lane[lane] : b.lane[lane - n];
+        });
+    }
+    static V sqrt(const V& v) noexcept {
+        return vf_EachLane<n>([&](std::size_t i) { return std::sqrt(v.lane[i]); });
+    }
+    template <class T>
+    static void storeLowBits(T* to, const V& v) noexcept {
+        for (std::size_t i = 0; i < n; ++i) {
+            to[i] = vf_LowBits<T>(static_cast<double>(v.lane[i]));
+        }
+    }
+};

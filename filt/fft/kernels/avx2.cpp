@@ -1,0 +1,20 @@
+#include "filt/fft/kernels/instruction_sets.h"
+#include "filt/internal/numerics.h"
+
+#ifdef VX_X86_64
+#include "filt/fft/kernels/kernel_text.h"
+#include "filt/fft/kernels/x86_lanes.h"
+
+#include <immintrin.h>
+
+namespace {
+using Vector = float __attribute__((vector_size(32)));
+
+struct Lanes : vx_X86Lanes<Lanes, Vector> {
+    static V sqrt(V v) noexcept { return _mm256_sqrt_ps(v); }
+    static __m256i truncated(V v) noexcept { return _mm256_cvttps_epi32(v); }
+};
+} // namespace
+
+constexpr vx_Kernels vx_InstructionSets::avx2 = vf_Kernels<Lanes>(vx_InstructionSet::avx2);
+#endif

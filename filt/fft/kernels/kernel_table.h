@@ -1,0 +1,71 @@
+/// \file
+/// What one instruction set offers: the whole 2-D transforms, with the pels read and written on the way.
+#pragma once
+
+#include "filt/fft/kernels/row_band.h"
+#include "kavstd/pair.h"
+#include "kavstd/pelbuffer.h"
+
+#include <cstddef>
+#include <cstdint>
+
+/// The storage of a spectrum: `height` rows of `width` interleaved complex samples.
+struct vx_Plane {
+    float* data;
+    std::size_t width;
+    std::size_t height;
+
+    [[nodiscard]] float* row(std::size_t v) const noexcept { return data + 2 * width * v; }
+};
+
+inline vx_Plane vf_PlaneOf(float* data, const vxPair<long>& size) noexcept {
+    return {data, static_cast<std::size_t>(size.x()), static_cast<std::size_t>(size.y())};
+}
+
+enum class vx_InstructionSet { portable, sse2, avx2, avx512 };
+
+/// Transforms from and to images of pels T.
+template <vx_Pel T>
+struct vx_PelKernels {
+    /// The spectrum of an image, which is zero outside its pels.
+    void (*forward)(const vxPelBuffer_const<T>& image, const vx_Plane& spectrum);
+
+    /// The spectrum of a complex image.
+    void (*forwardPair)(const vxPelBuffer_const<T>& real, const vxPelBuffer_const<T>& imaginary,
+                        const vx_Plane& spectrum);
+
+    /// The scaled magnitudes of the inverse of `spectrum`, of size work.width x work.height, as pels.
+    void (*inverseMagnitude)(const float* spectrum, const vx_Plane& work, const vx_RowBand& band, float scale,
+                             const vxPelBuffer<T>& image);
+};
+
+struct vx_Kernels {
+    vx_InstructionSet set;
+
+    /// Rows and columns that a tile holds: images with fewer are for narrower kernels.
+    std::size_t lanes;
+
+    vx_PelKernels<unsigned char> bytes;
+    vx_PelKernels<unsigned short> words;
+    vx_PelKernels<double> doubles;
+
+    /// vf_RealFFT2D, forward, and vf_ComplexFFT2D.
+    void (*real)(const vx_Plane& plane);
+    void (*complex)(const float* source, const vx_Plane& plane, int direction, const vx_RowBand& band);
+
+    template <vx_Pel T>
+    [[nodiscard]] const vx_PelKernels<T>& pels() const noexcept;
+};
+
+template <>
+inline const vx_PelKernels<unsigned char>& vx_Kernels::pels() const noexcept {
+    return bytes;
+}
+template <>
+inline const vx_PelKernels<unsigned short>& vx_Kernels::pels() const noexcept {
+    return words;
+}
+template <>
+inline const vx_PelKernels<double>& vx_Kernels::pels() const noexcept {
+    return doubles;
+}

@@ -1,0 +1,59 @@
+/// \file
+/// The table of one instruction set, made from the one text of the passes.
+#pragma once
+
+#include "filt/fft/kernels/kernel_table.h"
+#include "filt/fft/kernels/magnitude.h"
+#include "filt/fft/kernels/passes.h"
+#include "filt/fft/kernels/row_sources.h"
+
+template <class L, vx_Pel T>
+void vf_ForwardKernel(const vxPelBuffer_const<T>& image, const vx_Plane& spectrum) {
+    vf_RealTransform<L, 1>(vx_PelRows<T>(image), spectrum);
+}
+
+template <class L, vx_Pel T>
+void vf_ForwardPairKernel(const vxPelBuffer_const<T>& real, const vxPelBuffer_const<T>& imaginary,
+                          const vx_Plane& spectrum) {
+    const vx_RowBand everyRow(0, static_cast<long>(spectrum.height), spectrum.height);
+    vf_ComplexTransform<L, 1>(vx_PelPairRows<T>(real, imaginary), spectrum, everyRow,
+                              vx_SpectrumColumns<L, 1>(spectrum));
+}
+
+template <class L, vx_Pel T>
+void vf_InverseMagnitudeKernel(const float* spectrum, const vx_Plane& work, const vx_RowBand& band,
+                               float scale, const vxPelBuffer<T>& image) {
+    vf_ComplexTransform<L, -1>(vx_FloatRows(spectrum, 2 * work.width), work, band,
+                               vx_MagnitudeColumns<L, T>(image, scale));
+}
+
+template <class L, int direction>
+void vf_RealKernel(const vx_Plane& plane) {
+    vf_RealTransform<L, direction>(vx_FloatRows(plane.data, 2 * plane.width), plane);
+}
+
+template <class L>
+void vf_ComplexKernel(const float* source, const vx_Plane& plane, int direction, const vx_RowBand& band) {
+    const vx_FloatRows rows(source, 2 * plane.width);
+    if (direction > 0) {
+        vf_ComplexTransform<L, 1>(rows, plane, band, vx_SpectrumColumns<L, 1>(plane));
+    } else {
+        vf_ComplexTransform<L, -1>(rows, plane, band, vx_SpectrumColumns<L, -1>(plane));
+    }
+}
+
+template <class L, vx_Pel T>
+constexpr vx_PelKernels<T> vf_PelKernels() {
+    return {vf_ForwardKernel<L, T>, vf_ForwardPairKernel<L, T>, vf_InverseMagnitudeKernel<L, T>};
+}
+
+template <class L>
+constexpr vx_Kernels vf_Kernels(vx_InstructionSet set) {
+    return {set,
+            L::count,
+            vf_PelKernels<L, unsigned char>(),
+            vf_PelKernels<L, unsigned short>(),
+            vf_PelKernels<L, double>(),
+            vf_RealKernel<L, 1>,
+            vf_ComplexKernel<L>};
+}

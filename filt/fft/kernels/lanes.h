@@ -1,0 +1,145 @@
+/// \file
+/// Vectors of float lanes: one text of the transforms serves every instruction set, since each lane is an
+/// independent row or column and does exactly what a scalar would do. A set is a class with
+///
+///     V                   a vector of `count` floats with + - * among vectors, * by a float, and unary -
+///     load, store         from and to memory of any alignment
+///     shuffle<Pattern>    lane i becomes lane Pattern::lane(i) of the 2 * count lanes of a pair
+///
+/// Everything here and in the files that build on it is a template on the set. Sets are local to their
+/// units, so code compiled for one instruction set never serves another.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstring>
+#include <utility>
+
+/// Vectors that the compiler knows. `Set` is the class that derives from this one.
+template <class Set, class Vector>
+struct vx_VectorLanes {
+    using V = Vector;
+    static constexpr std::size_t count = sizeof(V) / sizeof(float);
+
+    static V load(const float* from) noexcept {
+        V v;
+        std::memcpy(&v, from, sizeof v);
+        return v;
+    }
+    static void store(float* to, V v) noexcept { std::memcpy(to, &v, sizeof v); }
+
+    template <class Pattern>
+    static V shuffle(V a, V b) noexcept {
+        return shuffled<Pattern>(a, b, std::make_index_sequence<count>());
+    }
+
+private:
+    template <class Pattern, std::size_t... i>
+    static V shuffled(V a, V b, std::index_sequence<i...>) noexcept {
+        return __builtin_shufflevector(a, b, static_cast<int>(Pattern::lane(i))...);
+    }
+};
+
+/// Calls f(std::integral_constant<std::size_t, i>) for i = 0 .. n-1: a loop that is written out.
+template <std::size_t n, class F>
+[[gnu::always_inline]] inline void vf_Unrolled(F f) {
+    [&]<std::size_t... i>(std::index_sequence<i...>) __attribute__((always_inline)) {
+        (f(std::integral_constant<std::size_t, i>()), ...);
+    }
+    (std::make_index_sequence<n>());
+}
+
+/// What the shuffles do. Lanes come in groups of 4; N is the number of lanes.
+template <class L>
+struct vx_Patterns {
+    static constexpr std::size_t N = L::count;
+    static constexpr std::size_t group = N < 4 ? N : 4;
+
+    // Within each group: a0 b0 a1 b1 and a2 b2 a3 b3.
+    template <std::size_t half>
+    struct ZipSingles {
+        static constexpr std::size_t lane(std::size_t i) {
+            return i / group * group + i % group / 2 + half * (group / 2) + i % 2 * N;
+        }
+    };
+    // Within each group: a0 a1 b0 b1 and a2 a3 b2 b3.
+    template <std::size_t half>
+    struct ZipPairs {
+        static constexpr std::size_t lane(std::size_t i) {
+            return i / group * group + i % 2 + half * 2 + i % group / 2 * N;
+        }
+    };
+    // The even or the odd groups of a, then those of b.
+    template <std::size_t odd>
+    struct Groups {
+        static constexpr std::size_t lane(std::size_t i) {
+            const std::size_t source = 2 * (i / group) + odd; // Groups of a, then of b.
+            return source * group + i % group;
+        }
+    };
+    // a0 b0 a1 b1 ... across the whole vector, its first or second half.
+    template <std::size_t half>
+    struct Interleave {
+        static constexpr std::size_t lane(std::size_t i) {
+            const std::size_t place = i + half * N;
+            return place / 2 + place % 2 * N;
+        }
+    };
+    // The even or the odd lanes of a, then those of b.
+    template <std::size_t odd>
+    struct Deinterleave {
+        static constexpr std::size_t lane(std::size_t i) { return 2 * i + odd; }
+    };
+    // The lanes of a in reverse.
+    struct Reverse {
+        static constexpr std::size_t lane(std::size_t i) { return N - 1 - i; }
+    };
+};
+
+template <class L>
+using vx_Block = std::array<typename L::V, L::count>;
+
+/// Transposes a matrix of count x count floats.
+template <class L>
+[[gnu::always_inline]] inline void vf_TransposeBlock(vx_Block<L>& x) noexcept {
+    using P = vx_Patterns<L>;
+    using V = typename L::V;
+    constexpr std::size_t N = L::count;
+    if constexpr (N >= 4) {
+        // 4 x 4 within each group of lanes: then group g of x[4h + j] holds column 4g + j of rows 4h ..
+        // 4h + 3.
+        vf_Unrolled<N / 4>([&](auto h) {
+            V* y = &x[4 * h];
+            const V a = L::template shuffle<typename P::template ZipSingles<0>>(y[0], y[1]);
+            const V b = L::template shuffle<typename P::template ZipSingles<1>>(y[0], y[1]);
+            const V c = L::template shuffle<typename P::template ZipSingles<0>>(y[2], y[3]);
+            const V d = L::template shuffle<typename P::template ZipSingles<1>>(y[2], y[3]);
+            y[0] = L::template shuffle<typename P::template ZipPairs<0>>(a, c);
+            y[1] = L::template shuffle<typename P::template ZipPairs<1>>(a, c);
+            y[2] = L::template shuffle<typename P::template ZipPairs<0>>(b, d);
+            y[3] = L::template shuffle<typename P::template ZipPairs<1>>(b, d);
+        });
+    }
+    using Even = typename P::template Groups<0>;
+    using Odd = typename P::template Groups<1>;
+    if constexpr (N == 8) {
+        vf_Unrolled<4>([&](auto j) {
+            const V a = x[j];
+            const V b = x[4 + j];
+            x[j] = L::template shuffle<Even>(a, b);
+            x[4 + j] = L::template shuffle<Odd>(a, b);
+        });
+    }
+    if constexpr (N == 16) {
+        vf_Unrolled<4>([&](auto j) {
+            const V a = L::template shuffle<Even>(x[j], x[4 + j]);
+            const V b = L::template shuffle<Odd>(x[j], x[4 + j]);
+            const V c = L::template shuffle<Even>(x[8 + j], x[12 + j]);
+            const V d = L::template shuffle<Odd>(x[8 + j], x[12 + j]);
+            x[j] = L::template shuffle<Even>(a, c);
+            x[8 + j] = L::template shuffle<Odd>(a, c);
+            x[4 + j] = L::template shuffle<Even>(b, d);
+            x[12 + j] = L::template shuffle<Odd>(b, d);
+        });
+    }
+}

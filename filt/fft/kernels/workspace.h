@@ -1,0 +1,26 @@
+/// \file
+/// Uninitialized room for the kernels' tables and tiles.
+#pragma once
+
+#include <cstddef>
+#include <new>
+#include <type_traits>
+
+/// `count` elements from a cache line's start on.
+template <class T>
+class vx_Workspace {
+    static_assert(std::is_trivially_default_constructible_v<T> && std::is_trivially_destructible_v<T>);
+
+public:
+    explicit vx_Workspace(std::size_t count)
+        : elements_(static_cast<T*>(::operator new(count * sizeof(T), alignment))) {}
+    vx_Workspace(const vx_Workspace&) = delete;
+    vx_Workspace& operator=(const vx_Workspace&) = delete;
+    ~vx_Workspace() { ::operator delete(elements_, alignment); }
+
+    [[nodiscard]] T* get() const noexcept { return elements_; }
+
+private:
+    static constexpr std::align_val_t alignment{64};
+    T* elements_;
+};
