@@ -5,6 +5,7 @@
 #include "filt/fft/kernels/instruction_sets.h"
 #include "filt/fft/kernels/kernels.h"
 #include "filt/internal/numerics.h"
+#include "kavstd/attention.h"
 
 using Access = vx_FrequencyBufferAccess;
 
@@ -60,9 +61,10 @@ void forward(const vxPelBuffer_const<T>& real, const vxPelBuffer_const<T>& imagi
         throw vxFrequencyDefs::InvalidSize(vx_Messages::transformImagesDiffer);
     }
     prepare(real, destination);
-    kernelsFor<T>(destination)
-        .forwardPair(stagingSource(real, destination), stagingSource(imaginary, destination),
-                     vf_PlaneOf(destination));
+    const vxPelBuffer_const<T> stagedReal = stagingSource(real, destination);
+    const vxPelBuffer_const<T> stagedImaginary = stagingSource(imaginary, destination);
+    vxAttention::check();
+    kernelsFor<T>(destination).forwardPair(stagedReal, stagedImaginary, vf_PlaneOf(destination));
 }
 
 } // namespace

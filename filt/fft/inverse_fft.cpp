@@ -5,7 +5,6 @@
 #include "filt/fft/internal/transformable.h"
 #include "filt/fft/kernels/instruction_sets.h"
 #include "filt/fft/kernels/kernels.h"
-#include "filt/fft/kernels/workspace.h"
 #include "filt/internal/convert.h"
 #include "filt/internal/numerics.h"
 #include "kavstd/attention.h"
@@ -161,12 +160,10 @@ template <vx_Pel P>
 vxPelBuffer<P> directMagnitudeImage(const vxFrequencyBuffer& spectrum) {
     const vx_Plane plane = vf_PlaneOf(spectrum);
     const Band band = bandOf(spectrum);
-    const vx_Workspace<float> work(2 * plane.width * plane.height);
     vxPelBuffer<P> image = vf_EmptyImageOf<P>(spectrum);
     vf_KernelsFor(Access::size(spectrum))
         .template pels<P>()
-        .inverseMagnitude(plane.data, {work.get(), plane.width, plane.height},
-                          {band.low, band.high, plane.height}, scaleOf(spectrum), image);
+        .inverseMagnitude(plane, {band.low, band.high, plane.height}, scaleOf(spectrum), image);
     return image;
 }
 
@@ -187,6 +184,7 @@ void invert(const Member<P, S>& member, vxFrequencyBuffer& buffer, vxPelBuffer<P
     vxPelBuffer<S> secondImage;
     if (isDirect(buffer, second != nullptr || (normalize && member.maximum > 0.0), inPlace)) {
         mainImage = directMagnitudeImage<P>(buffer);
+        vxAttention::check();
     } else {
         const vxFrequencyBuffer& spatial = spatialSamples(buffer, copy, inPlace);
         vxAttention::check();

@@ -52,8 +52,9 @@ struct vx_ArrayLanes {
     using V = vx_Floats<n>;
     static constexpr std::size_t count = n;
 
-    static V load(const float* from) noexcept {
-        return vf_EachLane<n>([from](std::size_t i) { return from[i]; });
+    template <class T>
+    static V load(const T* from) noexcept {
+        return vf_EachLane<n>([from](std::size_t i) { return static_cast<float>(from[i]); });
     }
     static void store(float* to, const V& v) noexcept {
         for (std::size_t i = 0; i < n; ++i) {

@@ -14,8 +14,27 @@ using Vector = float __attribute__((vector_size(64)));
 constexpr __mmask16 everyLane = 0xffff;
 
 struct Lanes : vx_X86Lanes<Lanes, Vector> {
+    using vx_X86Lanes::load;
+    static V load(const unsigned char* pels) noexcept {
+        return fromIntegers(
+            _mm512_maskz_cvtepu8_epi32(everyLane, _mm_loadu_si128(reinterpret_cast<const __m128i*>(pels))));
+    }
+    static V load(const unsigned short* pels) noexcept {
+        return fromIntegers(_mm512_maskz_cvtepu16_epi32(
+            everyLane, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(pels))));
+    }
+    static V load(const double* pels) noexcept {
+        const __m512 low = _mm512_castps256_ps512(eightOf(pels));
+        return _mm512_maskz_insertf32x8(everyLane, low, eightOf(pels + 8), 1);
+    }
     static V sqrt(V v) noexcept { return _mm512_maskz_sqrt_ps(everyLane, v); }
     static __m512i truncated(V v) noexcept { return _mm512_maskz_cvttps_epi32(everyLane, v); }
+
+private:
+    static V fromIntegers(__m512i integers) noexcept { return _mm512_maskz_cvtepi32_ps(everyLane, integers); }
+    static __m256 eightOf(const double* pels) noexcept {
+        return _mm512_maskz_cvtpd_ps(0xff, _mm512_loadu_pd(pels));
+    }
 };
 } // namespace
 

@@ -34,8 +34,8 @@ struct vx_PelKernels {
     void (*forwardPair)(const vxPelBuffer_const<T>& real, const vxPelBuffer_const<T>& imaginary,
                         const vx_Plane& spectrum);
 
-    /// The scaled magnitudes of the inverse of `spectrum`, of size work.width x work.height, as pels.
-    void (*inverseMagnitude)(const float* spectrum, const vx_Plane& work, const vx_RowBand& band, float scale,
+    /// The scaled magnitudes of the inverse of a spectrum, which stays as it is, as pels.
+    void (*inverseMagnitude)(const vx_Plane& spectrum, const vx_RowBand& band, float scale,
                              const vxPelBuffer<T>& image);
 };
 

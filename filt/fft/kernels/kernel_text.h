@@ -16,29 +16,33 @@ template <class L, vx_Pel T>
 void vf_ForwardPairKernel(const vxPelBuffer_const<T>& real, const vxPelBuffer_const<T>& imaginary,
                           const vx_Plane& spectrum) {
     const vx_RowBand everyRow(0, static_cast<long>(spectrum.height), spectrum.height);
-    vf_ComplexTransform<L, 1>(vx_PelPairRows<T>(real, imaginary), spectrum, everyRow,
-                              vx_SpectrumColumns<L, 1>(spectrum));
+    vf_ComplexTransform<L, 1>(vx_PelPairRows<T>(real, imaginary), vx_PlaneRecords<L>(spectrum),
+                              spectrum.width, spectrum.height, everyRow, vx_SpectrumColumns<L, 1>(spectrum));
 }
 
 template <class L, vx_Pel T>
-void vf_InverseMagnitudeKernel(const float* spectrum, const vx_Plane& work, const vx_RowBand& band,
-                               float scale, const vxPelBuffer<T>& image) {
-    vf_ComplexTransform<L, -1>(vx_FloatRows(spectrum, 2 * work.width), work, band,
-                               vx_MagnitudeColumns<L, T>(image, scale));
+void vf_InverseMagnitudeKernel(const vx_Plane& spectrum, const vx_RowBand& band, float scale,
+                               const vxPelBuffer<T>& image) {
+    const vx_OwnRecords<L> records(spectrum.width, spectrum.height);
+    vf_ComplexTransform<L, -1>(vx_SampleRows(spectrum.data, spectrum.width), records, spectrum.width,
+                               spectrum.height, band, vx_MagnitudeColumns<L, T>(image, scale));
 }
 
 template <class L, int direction>
 void vf_RealKernel(const vx_Plane& plane) {
-    vf_RealTransform<L, direction>(vx_FloatRows(plane.data, 2 * plane.width), plane);
+    vf_RealTransform<L, direction>(vx_SampleRows(plane.data, plane.width), plane);
 }
 
 template <class L>
 void vf_ComplexKernel(const float* source, const vx_Plane& plane, int direction, const vx_RowBand& band) {
-    const vx_FloatRows rows(source, 2 * plane.width);
+    const vx_SampleRows rows(source, plane.width);
+    const vx_PlaneRecords<L> records(plane);
     if (direction > 0) {
-        vf_ComplexTransform<L, 1>(rows, plane, band, vx_SpectrumColumns<L, 1>(plane));
+        vf_ComplexTransform<L, 1>(rows, records, plane.width, plane.height, band,
+                                  vx_SpectrumColumns<L, 1>(plane));
     } else {
-        vf_ComplexTransform<L, -1>(rows, plane, band, vx_SpectrumColumns<L, -1>(plane));
+        vf_ComplexTransform<L, -1>(rows, records, plane.width, plane.height, band,
+                                   vx_SpectrumColumns<L, -1>(plane));
     }
 }
 

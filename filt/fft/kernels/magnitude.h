@@ -26,7 +26,8 @@ public:
     /// The store of the columns from `column` on.
     [[nodiscard]] auto from(std::size_t column) const noexcept {
         const std::size_t pels = column < width_ ? std::min(width_ - column, L::count) : 0;
-        return [*this, column, pels](std::size_t v, const vx_LaneSample<L>& x) {
+        return [ *this, column, pels ](std::size_t v, const vx_LaneSample<L>& x)
+            __attribute__((always_inline)) {
             if (v < height_ && pels > 0) {
                 T* const to = first_ + static_cast<std::ptrdiff_t>(v) * step_ + column;
                 const typename L::V magnitude = L::sqrt(x.re * x.re + x.im * x.im) * scale_;

@@ -20,8 +20,52 @@
 #include "kavstd/attention.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+
+/// The intermediate result in the spectrum's own storage: each row its records, one after the other.
+template <class L>
+class vx_PlaneRecords {
+public:
+    explicit vx_PlaneRecords(const vx_Plane& plane) noexcept : data_(plane.data), step_(2 * plane.width) {}
+
+    /// The record of row 0 that holds the columns from `column` on.
+    [[nodiscard]] float* columns(std::size_t column) const noexcept { return data_ + 2 * column; }
+    /// Floats from a record to that of the next row.
+    [[nodiscard]] std::size_t step() const noexcept { return step_; }
+
+private:
+    float* data_;
+    std::size_t step_;
+};
+
+/// The intermediate result in memory of its own: the records of the same columns, one after the other. They
+/// are in two parts of unequal size, because the usual allocators give requests of 32 MiB back to the system
+/// at once, and to have those pages cleared again at every call would take as long as a transform.
+template <class L>
+class vx_OwnRecords {
+public:
+    vx_OwnRecords(std::size_t width, std::size_t height)
+        : split_(width * 3 / 4 / L::count * L::count)
+        , step_(2 * L::count)
+        , height_(height)
+        , first_(2 * split_ * height)
+        , second_(2 * (width - split_) * height) {}
+
+    [[nodiscard]] float* columns(std::size_t column) const noexcept {
+        return column < split_ ? first_.get() + 2 * column * height_
+                               : second_.get() + 2 * (column - split_) * height_;
+    }
+    [[nodiscard]] std::size_t step() const noexcept { return step_; }
+
+private:
+    std::size_t split_;
+    std::size_t step_;
+    std::size_t height_;
+    vx_Workspace<float> first_;
+    vx_Workspace<float> second_;
+};
 
 /// A sample, conjugated when the transform goes backward.
 template <class L, int direction>
@@ -38,28 +82,31 @@ template <class L, class Source>
 void vf_LoadRows(const Source& source, std::size_t firstRow, std::size_t samples, vx_LaneSample<L>* tile) {
     constexpr std::size_t N = L::count;
     for (std::size_t first = 0; first < samples; first += N) {
-        vx_Block<L> blocks[2];
-        vf_Unrolled<2 * N>([&](auto i) __attribute__((always_inline)) {
-            alignas(64) float room[N];
-            constexpr std::size_t block = i / N;
-            constexpr std::size_t row = i % N;
-            blocks[block][row] =
-                L::load(source.template read<N>(firstRow + row, 2 * first + block * N, room));
-        });
-        vf_TransposeBlock<L>(blocks[0]);
-        vf_TransposeBlock<L>(blocks[1]);
+        vx_Block<L> a;
+        vx_Block<L> b;
         vf_Unrolled<N>([&](auto i) __attribute__((always_inline)) {
-            tile[first + i].re = blocks[2 * i / N][2 * i % N];
-            tile[first + i].im = blocks[(2 * i + 1) / N][(2 * i + 1) % N];
+            source.template read<L>(firstRow + i, first, a[i], b[i]);
+        });
+        vf_TransposeBlock<L>(a);
+        vf_TransposeBlock<L>(b);
+        vf_Unrolled<N>([&](auto i) __attribute__((always_inline)) {
+            if constexpr (Source::interleaved) {
+                tile[first + i].re = 2 * i < N ? a[2 * i % N] : b[2 * i % N];
+                tile[first + i].im = 2 * i + 1 < N ? a[(2 * i + 1) % N] : b[(2 * i + 1) % N];
+            } else {
+                tile[first + i].re = a[i];
+                tile[first + i].im = b[i];
+            }
         });
     }
 }
 
 /// Writes a tile's samples as records to those of its rows that `wanted` says.
-template <class L, class Wanted>
-void vf_StoreRecords(const vx_LaneSample<L>* tile, std::size_t samples, const vx_Plane& plane,
+template <class L, class Records, class Wanted>
+void vf_StoreRecords(const vx_LaneSample<L>* tile, std::size_t samples, const Records& records,
                      std::size_t firstRow, const Wanted& wanted) {
     constexpr std::size_t N = L::count;
+    const std::size_t step = records.step();
     for (std::size_t first = 0; first < samples; first += N) {
         vx_Block<L> re;
         vx_Block<L> im;
@@ -69,11 +116,11 @@ void vf_StoreRecords(const vx_LaneSample<L>* tile, std::size_t samples, const vx
         });
         vf_TransposeBlock<L>(re);
         vf_TransposeBlock<L>(im);
+        float* const record = records.columns(first) + firstRow * step;
         vf_Unrolled<N>([&](auto i) __attribute__((always_inline)) {
             if (wanted(firstRow + i)) {
-                float* record = plane.row(firstRow + i) + 2 * first;
-                L::store(record, re[i]);
-                L::store(record + N, im[i]);
+                L::store(record + i * step, re[i]);
+                L::store(record + i * step + N, im[i]);
             }
         });
     }
@@ -123,35 +170,35 @@ void vf_RealRowPass(const Source& source, const vx_Plane& plane, const vx_Twiddl
             spectrum[k].im = -spectrum[k].im;
         }
         splitStep.apply<L>(spectrum);
-        vf_StoreRecords<L>(spectrum, n, plane, row, [](std::size_t) { return true; });
+        vf_StoreRecords<L>(spectrum, n, vx_PlaneRecords<L>(plane), row, [](std::size_t) { return true; });
         vf_StoreNyquist<L>(spectrum[n], plane, row);
     }
 }
 
 /// A row that is not transformed, as records. Returns whether any bit of it is set.
-template <class L, int direction, class Source>
-bool vf_CopyRow(const Source& source, const vx_Plane& plane, std::size_t row) {
+template <class L, int direction, class Source, class Records>
+bool vf_CopyRow(const Source& source, std::size_t width, const Records& records, std::size_t row) {
     constexpr std::size_t N = L::count;
     using V = typename L::V;
     using P = vx_Patterns<L>;
     std::uint32_t bits = 0;
-    for (std::size_t first = 0; first < plane.width; first += N) {
-        float room[2][N];
-        const V a = L::load(source.template read<N>(row, 2 * first, room[0]));
-        const V b = L::load(source.template read<N>(row, 2 * first + N, room[1]));
-        const vx_LaneSample<L> x =
-            vf_Directed<L, direction>(L::template shuffle<typename P::template Deinterleave<0>>(a, b),
-                                      L::template shuffle<typename P::template Deinterleave<1>>(a, b));
-        float* record = plane.row(row) + 2 * first;
-        std::uint32_t words[2 * N];
-        L::store(room[0], a);
-        L::store(room[1], b);
-        std::memcpy(words, room, sizeof words);
-        for (const std::uint32_t word : words) {
-            bits |= word;
+    for (std::size_t first = 0; first < width; first += N) {
+        V a;
+        V b;
+        source.template read<L>(row, first, a, b);
+        vx_LaneSample<L> x{a, b};
+        if constexpr (Source::interleaved) {
+            x = {L::template shuffle<typename P::template Deinterleave<0>>(a, b),
+                 L::template shuffle<typename P::template Deinterleave<1>>(a, b)};
         }
+        const vx_LaneSample<L> y = vf_Directed<L, direction>(x.re, x.im);
+        float* record = records.columns(first) + row * records.step();
         L::store(record, x.re);
         L::store(record + N, x.im);
+        for (std::size_t i = 0; i < 2 * N; ++i) {
+            bits |= std::bit_cast<std::uint32_t>(record[i]);
+        }
+        L::store(record + N, y.im);
     }
     return bits != 0;
 }
@@ -159,12 +206,13 @@ bool vf_CopyRow(const Source& source, const vx_Plane& plane, std::size_t row) {
 /// Each row in the band becomes the records of its transform, each other row its own. What backward
 /// transforms store is not conjugated back, since the column pass would only undo it. Returns whether a row
 /// outside the band holds anything but zeros.
-template <class L, int direction, class Source>
-bool vf_ComplexRowPass(const Source& source, const vx_Plane& plane, const vx_RowBand& band,
-                       const vx_Twiddles& twiddles, vx_LaneSample<L>* tile, vx_LaneSample<L>* spectrum) {
+template <class L, int direction, class Source, class Records>
+bool vf_ComplexRowPass(const Source& source, const Records& records, std::size_t width, std::size_t height,
+                       const vx_RowBand& band, const vx_Twiddles& twiddles, vx_LaneSample<L>* tile,
+                       vx_LaneSample<L>* spectrum) {
     constexpr std::size_t N = L::count;
     bool found = false;
-    for (std::size_t row = 0; row < plane.height; row += N) {
+    for (std::size_t row = 0; row < height; row += N) {
         vxAttention::check();
         const auto inBand = [&band](std::size_t r) { return band.contains(r); };
         bool any = false;
@@ -172,16 +220,16 @@ bool vf_ComplexRowPass(const Source& source, const vx_Plane& plane, const vx_Row
             any = any || inBand(r);
         }
         if (any) {
-            vf_LoadRows<L>(source, row, plane.width, tile);
+            vf_LoadRows<L>(source, row, width, tile);
         }
         for (std::size_t r = row; r < row + N; ++r) {
             if (!inBand(r)) {
-                found = vf_CopyRow<L, direction>(source, plane, r) || found;
+                found = vf_CopyRow<L, direction>(source, width, records, r) || found;
             }
         }
         if (any) {
-            vf_TransformRows<L, direction>(tile, plane.width, twiddles, spectrum);
-            vf_StoreRecords<L>(spectrum, plane.width, plane, row, inBand);
+            vf_TransformRows<L, direction>(tile, width, twiddles, spectrum);
+            vf_StoreRecords<L>(spectrum, width, records, row, inBand);
         }
     }
     return found;
@@ -189,18 +237,18 @@ bool vf_ComplexRowPass(const Source& source, const vx_Plane& plane, const vx_Row
 
 /// Transforms the columns of a record. The results go to store(row, sample).
 template <class L, class Load, class Store>
-void vf_TransformColumns(const Load& load, const vx_Plane& plane, const vx_Twiddles& twiddles,
+void vf_TransformColumns(const Load& load, std::size_t height, const vx_Twiddles& twiddles,
                          vx_LaneSample<L>* tile, const Store& store) {
     vxAttention::check();
-    vf_Transform<L>(load, tile, plane.height, twiddles, store);
+    vf_Transform<L>(load, tile, height, twiddles, store);
 }
 
 /// The records of the columns from `column` on.
-template <class L, int direction = 1>
-auto vf_RecordLoader(const vx_Plane& plane, std::size_t column) {
-    const float* const first = plane.data + 2 * column;
-    const std::size_t step = 2 * plane.width;
-    return [=](std::size_t v) {
+template <class L, int direction = 1, class Records>
+auto vf_RecordLoader(const Records& records, std::size_t column) {
+    const float* const first = records.columns(column);
+    const std::size_t step = records.step();
+    return [=](std::size_t v) __attribute__((always_inline)) {
         const float* record = first + v * step;
         return vf_Directed<L, direction>(L::load(record), L::load(record + L::count));
     };
@@ -225,7 +273,7 @@ public:
     [[nodiscard]] auto from(std::size_t column) const noexcept {
         float* const first = plane_.data + 2 * column;
         const std::size_t step = 2 * plane_.width;
-        return [first, step](std::size_t v, const vx_LaneSample<L>& x) {
+        return [ first, step ](std::size_t v, const vx_LaneSample<L>& x) __attribute__((always_inline)) {
             const vx_LaneSample<L> y = vf_Directed<L, direction>(x.re, x.im);
             vf_StoreInterleaved<L>(first + v * step, y.re, y.im);
         };
@@ -243,8 +291,9 @@ void vf_RealColumnPass(const vx_Plane& plane, const vx_Twiddles& twiddles, vx_La
     using P = vx_Patterns<L>;
     const std::size_t width = plane.width;
     const std::size_t height = plane.height;
+    const vx_PlaneRecords<L> records(plane);
     // First, since its record lies where mirrored columns go.
-    vf_TransformColumns<L>(vf_RecordLoader<L, direction>(plane, width / 2), plane, twiddles, tile,
+    vf_TransformColumns<L>(vf_RecordLoader<L, direction>(records, width / 2), height, twiddles, tile,
                            [&](std::size_t v, const vx_LaneSample<L>& x) {
                                const vx_LaneSample<L> y = vf_Directed<L, direction>(x.re, x.im);
                                float room[N];
@@ -272,19 +321,19 @@ void vf_RealColumnPass(const vx_Plane& plane, const vx_Twiddles& twiddles, vx_La
                 std::copy_n(room, 2 * N - 2, to);
             }
         };
-        vf_TransformColumns<L>(vf_RecordLoader<L, direction>(plane, column), plane, twiddles, tile, store);
+        vf_TransformColumns<L>(vf_RecordLoader<L, direction>(records, column), height, twiddles, tile, store);
     }
 }
 
 /// What an in-place transpose that leaves out blocks of 4 x 4 samples outside the band does to samples that
 /// are not zero: those blocks stay as they are, so between the passes their rows are still columns.
-template <class L>
-void vf_KeepSkippedBlocks(const vx_Plane& plane, const vx_RowBand& band) {
+template <class L, class Records>
+void vf_KeepSkippedBlocks(const Records& records, std::size_t size, const vx_RowBand& band) {
     constexpr std::size_t N = L::count;
-    const auto at = [&plane](std::size_t row, std::size_t column) {
-        return plane.row(row) + column / N * (2 * N) + column % N;
+    const auto at = [&records](std::size_t row, std::size_t column) {
+        return records.columns(column / N * N) + row * records.step() + column % N;
     };
-    for (std::size_t row = 0; row < plane.height; ++row) {
+    for (std::size_t row = 0; row < size; ++row) {
         if (band.touchesBlock(row / 4 * 4)) {
             continue;
         }
@@ -301,14 +350,15 @@ void vf_KeepSkippedBlocks(const vx_Plane& plane, const vx_RowBand& band) {
 template <class L, int direction, class Source>
 void vf_RealColumn(const Source& source, const vx_Plane& plane) {
     for (std::size_t row = 0; row < plane.height; ++row) {
-        float room = 0.0F;
-        plane.row(row)[0] = *source.template read<1>(row, 0, &room);
-        plane.row(row)[1] = *source.template read<1>(row, 1, &room);
+        vx_LaneSample<L> x;
+        source.template read<L>(row, 0, x.re, x.im);
+        L::store(plane.row(row), x.re);
+        L::store(plane.row(row) + 1, x.im);
     }
     const vx_Twiddles twiddles(plane.height, direction);
     const vx_Workspace<vx_LaneSample<L>> tile(plane.height);
-    vf_TransformColumns<L>(vf_RecordLoader<L, direction>(plane, 0), plane, twiddles, tile.get(),
-                           vx_SpectrumColumns<L, direction>(plane).from(0));
+    vf_TransformColumns<L>(vf_RecordLoader<L, direction>(vx_PlaneRecords<L>(plane), 0), plane.height,
+                           twiddles, tile.get(), vx_SpectrumColumns<L, direction>(plane).from(0));
 }
 
 template <class L, int direction, class Source>
@@ -326,23 +376,23 @@ void vf_RealTransform(const Source& source, const vx_Plane& plane) {
     vf_RealColumnPass<L, direction>(plane, twiddles, tile.get());
 }
 
-/// Backward, `columns` takes what is still to be conjugated.
-template <class L, int direction, class Source, class Columns>
-void vf_ComplexTransform(const Source& source, const vx_Plane& plane, const vx_RowBand& band,
-                         const Columns& columns) {
-    const std::size_t longest = std::max(plane.width, plane.height);
+/// The intermediate result goes through `records`. Backward, `columns` takes what is still to be conjugated.
+template <class L, int direction, class Source, class Records, class Columns>
+void vf_ComplexTransform(const Source& source, const Records& records, std::size_t width, std::size_t height,
+                         const vx_RowBand& band, const Columns& columns) {
+    const std::size_t longest = std::max(width, height);
     // The angles are those of the forward transform; the conjugations make the way back.
     const vx_Twiddles twiddles(longest, 1);
     const vx_Workspace<vx_LaneSample<L>> tile(longest);
-    const vx_Workspace<vx_LaneSample<L>> spectrum(plane.width);
-    const bool found =
-        vf_ComplexRowPass<L, direction>(source, plane, band, twiddles, tile.get(), spectrum.get());
+    const vx_Workspace<vx_LaneSample<L>> spectrum(width);
+    const bool found = vf_ComplexRowPass<L, direction>(source, records, width, height, band, twiddles,
+                                                       tile.get(), spectrum.get());
     // Of four rows, a block also has rows of the band.
-    if (plane.width == plane.height && (plane.width == 4 || (found && plane.width > 4))) {
-        vf_KeepSkippedBlocks<L>(plane, band);
+    if (width == height && (width == 4 || (found && width > 4))) {
+        vf_KeepSkippedBlocks<L>(records, width, band);
     }
-    for (std::size_t column = 0; column < plane.width; column += L::count) {
-        vf_TransformColumns<L>(vf_RecordLoader<L>(plane, column), plane, twiddles, tile.get(),
+    for (std::size_t column = 0; column < width; column += L::count) {
+        vf_TransformColumns<L>(vf_RecordLoader<L>(records, column), height, twiddles, tile.get(),
                                columns.from(column));
     }
 }

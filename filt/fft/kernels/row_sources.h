@@ -1,54 +1,66 @@
 /// \file
-/// Where the row pass takes its rows from. A source reads `count` consecutive floats of a row as the
-/// transform wants them: of a real image its pels, of a complex one (real, imaginary) pairs; zero to the
-/// right of the image and below it.
+/// Where the row pass takes its rows from. A source reads L::count samples of a row at once, in two vectors:
+/// interleaved (real, imaginary) pairs, or the real parts and the imaginary parts. Of a real image, pels that
+/// lie side by side count as one sample. There is zero to the right of an image and below it.
 #pragma once
 
 #include "filt/internal/pel_row.h"
 #include "kavstd/pelbuffer.h"
 
-#include <algorithm>
 #include <cstddef>
 
-/// Rows that are floats already.
-class vx_FloatRows {
+/// Rows that are samples already.
+class vx_SampleRows {
 public:
-    vx_FloatRows(const float* first, std::size_t rowFloats) noexcept : first_(first), rowFloats_(rowFloats) {}
+    static constexpr bool interleaved = true;
 
-    template <std::size_t count>
-    const float* read(std::size_t row, std::size_t column, float* /*room*/) const noexcept {
-        return first_ + row * rowFloats_ + column;
+    vx_SampleRows(const float* first, std::size_t width) noexcept : first_(first), width_(width) {}
+
+    template <class L>
+    void read(std::size_t row, std::size_t sample, typename L::V& a, typename L::V& b) const noexcept {
+        const float* from = first_ + 2 * (row * width_ + sample);
+        a = L::load(from);
+        b = L::load(from + L::count);
     }
 
 private:
     const float* first_;
-    std::size_t rowFloats_;
+    std::size_t width_;
 };
 
-/// The pels of one image.
+/// The pels of a real image.
 template <vx_Pel T>
 class vx_PelRows {
 public:
+    static constexpr bool interleaved = true;
+
     explicit vx_PelRows(const vxPelBuffer_const<T>& image) noexcept
         : first_(image.pointToOffset())
         , step_(image.rowUpdate())
         , width_(static_cast<std::size_t>(image.width()))
         , height_(static_cast<std::size_t>(image.height())) {}
 
-    template <std::size_t count>
-    const float* read(std::size_t row, std::size_t column, float* room) const noexcept {
-        const std::size_t pels = row < height_ && column < width_ ? std::min(width_ - column, count) : 0;
-        const T* from = pels == 0 ? nullptr : first_ + static_cast<std::ptrdiff_t>(row) * step_ + column;
-        if (pels == count) {
-            for (std::size_t i = 0; i < count; ++i) {
-                room[i] = static_cast<float>(from[i]);
-            }
-            return room;
+    template <class L>
+    void read(std::size_t row, std::size_t sample, typename L::V& a, typename L::V& b) const noexcept {
+        a = pels<L>(row, 2 * sample);
+        b = pels<L>(row, 2 * sample + L::count);
+    }
+
+    /// L::count pels from a column on.
+    template <class L>
+    typename L::V pels(std::size_t row, std::size_t column) const noexcept {
+        if (row >= height_ || column >= width_) {
+            return typename L::V{};
         }
-        for (std::size_t i = 0; i < count; ++i) {
-            room[i] = i < pels ? static_cast<float>(from[i]) : 0.0F;
+        const T* from = first_ + static_cast<std::ptrdiff_t>(row) * step_ + column;
+        if (width_ - column >= L::count) {
+            return L::load(from);
         }
-        return room;
+        T room[L::count] = {};
+        for (std::size_t i = 0; i < width_ - column; ++i) {
+            room[i] = from[i];
+        }
+        return L::load(room);
     }
 
 private:
@@ -62,25 +74,15 @@ private:
 template <vx_Pel T>
 class vx_PelPairRows {
 public:
+    static constexpr bool interleaved = false;
+
     vx_PelPairRows(const vxPelBuffer_const<T>& real, const vxPelBuffer_const<T>& imaginary) noexcept
         : real_(real), imaginary_(imaginary) {}
 
-    template <std::size_t count>
-    const float* read(std::size_t row, std::size_t column, float* room) const noexcept {
-        if constexpr (count == 1) {
-            return column % 2 == 0 ? real_.template read<1>(row, column / 2, room)
-                                   : imaginary_.template read<1>(row, column / 2, room);
-        } else {
-            float re[count / 2];
-            float im[count / 2];
-            real_.template read<count / 2>(row, column / 2, re);
-            imaginary_.template read<count / 2>(row, column / 2, im);
-            for (std::size_t i = 0; i < count / 2; ++i) {
-                room[2 * i] = re[i];
-                room[2 * i + 1] = im[i];
-            }
-            return room;
-        }
+    template <class L>
+    void read(std::size_t row, std::size_t sample, typename L::V& a, typename L::V& b) const noexcept {
+        a = real_.template pels<L>(row, sample);
+        b = imaginary_.template pels<L>(row, sample);
     }
 
 private:

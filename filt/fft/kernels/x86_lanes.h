@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
-/// `Set` adds sqrt(V) and truncated(V), a vector of 32-bit integers.
+/// `Set` adds load() from pels, sqrt(V) and truncated(V), a vector of 32-bit integers.
 template <class Set, class Vector>
 struct vx_X86Lanes : vx_VectorLanes<Set, Vector> {
     using Base = vx_VectorLanes<Set, Vector>;
