@@ -28,9 +28,9 @@ struct Match {
 /// the image's count as flat and do not match. Coefficients within 1e-12 of each other are equally good, and
 /// of equally good positions the first, row by row, is taken.
 ///
-/// The time is bounded, to the cost of a few transforms and 2^28 products, whatever the image. Where spectra
-/// in single and in double precision leave more positions to choose from than the products can tell apart,
-/// the choice is the best one of the first of those that are within 1e-9 of the best as far as double
+/// The time is bounded, to the cost of a few transforms and 2^27 products of pels, whatever the image. Where
+/// spectra in single and in double precision leave more positions to choose from than the products can tell
+/// apart, the choice is the best one of the first of those that are within 1e-9 of the best as far as double
 /// precision can tell. Repetitive images come out right all the same; a better match, or an earlier one that
 /// is equally good, may be missed only in parts so faint that their coefficients are known less well than
 /// that.

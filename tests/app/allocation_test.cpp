@@ -7,6 +7,7 @@
 #include "app/png_file.h"
 #include "app/recipes.h"
 #include "app/tiff_file.h"
+#include "tests/app/archives.h"
 #include "tests/app/images.h"
 #include "tests/support/failing_allocation.h"
 
@@ -85,14 +86,6 @@ TEST(Allocation, MayFailAnywhereInTheAtomicWriter) {
     EXPECT_EQ(readBytes(path), written);
 }
 
-std::string archiveOf(vxFrequencyFilter& filter) {
-    std::ostringstream stream;
-    vxOutputArchive archive(stream);
-    vxPersistent* object = &filter;
-    archive || object;
-    return stream.str();
-}
-
 TEST(Allocation, MayFailAnywhereInTheReaderOfFilters) {
     for (const std::string& type : app::filterTypes()) {
         app::FilterParameters parameters;
@@ -104,8 +97,8 @@ TEST(Allocation, MayFailAnywhereInTheReaderOfFilters) {
             parameters.sigma = 0.05;
             parameters.pair = false;
         }
-        const std::string bytes = archiveOf(*app::makeFilter(parameters, {16, 8}));
-        std::istringstream file(bytes);
+        const Bytes bytes = archiveOf(app::makeFilter(parameters, {16, 8}).get());
+        std::istringstream file(std::string(bytes.begin(), bytes.end()));
         app::FilterPointer loaded;
         const long failures = failEachAllocation(
             [&] {
@@ -118,7 +111,7 @@ TEST(Allocation, MayFailAnywhereInTheReaderOfFilters) {
                 EXPECT_EQ(loaded, nullptr);
             });
         EXPECT_GT(failures, 8) << type;
-        EXPECT_EQ(archiveOf(*loaded), bytes) << type;
+        EXPECT_EQ(archiveOf(loaded.get()), bytes) << type;
     }
 }
 

@@ -3,12 +3,12 @@
 #include "app/errors.h"
 #include "tests/app/cancellation.h"
 #include "tests/app/files.h"
+#include "tests/app/refusal.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <functional>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -24,15 +24,6 @@ using testing::UnorderedElementsAre;
 
 const Bytes oldBytes = bytesOf("the old file");
 const Bytes newBytes = bytesOf("the new one, longer");
-
-std::string refusal(const std::function<void()>& operation) {
-    try {
-        operation();
-    } catch (const app::WriteError& error) {
-        return error.what();
-    }
-    return {};
-}
 
 mode_t permissions(const fs::path& path) {
     struct stat status {};
@@ -69,7 +60,7 @@ TEST(WriteFile, OverwritesOnlyWhenForced) {
     const TemporaryFolder folder;
     const fs::path path = folder / "out.png";
     writeBytes(path, oldBytes);
-    EXPECT_EQ(refusal([&] { app::writeFile(path, newBytes, Overwrite::refuse); }),
+    EXPECT_EQ(messageOf<app::WriteError>([&] { app::writeFile(path, newBytes, Overwrite::refuse); }),
               "cannot write " + path.string() + ": the file exists (--force overwrites it)");
     EXPECT_EQ(readBytes(path), oldBytes);
     app::writeFile(path, newBytes, Overwrite::force);
@@ -106,8 +97,9 @@ TEST(WriteFile, ReplacesWhatASymbolicLinkLeadsTo) {
     writeBytes(folder / "sub" / "real", oldBytes);
     fs::create_symlink("sub/real", folder / "link");
     fs::create_symlink("link", folder / "link to link");
-    EXPECT_THAT(refusal([&] { app::writeFile(folder / "link", newBytes, Overwrite::refuse); }),
-                EndsWith("link: the file exists (--force overwrites it)"));
+    EXPECT_THAT(
+        messageOf<app::WriteError>([&] { app::writeFile(folder / "link", newBytes, Overwrite::refuse); }),
+        EndsWith("link: the file exists (--force overwrites it)"));
     app::writeFile(folder / "link to link", newBytes, Overwrite::force);
     EXPECT_TRUE(fs::is_symlink(folder / "link"));
     EXPECT_TRUE(fs::is_symlink(folder / "link to link"));
@@ -125,7 +117,9 @@ TEST(WriteFile, CreatesWhatADanglingLinkLeadsTo) {
 TEST(WriteFile, RefusesALinkToItself) {
     const TemporaryFolder folder;
     fs::create_symlink("loop", folder / "loop");
-    EXPECT_NE(refusal([&] { app::writeFile(folder / "loop", newBytes, Overwrite::refuse); }), "");
+    EXPECT_NE(
+        messageOf<app::WriteError>([&] { app::writeFile(folder / "loop", newBytes, Overwrite::refuse); }),
+        "");
     EXPECT_THAT(folder.names(), ElementsAre("loop"));
 }
 
@@ -134,7 +128,7 @@ TEST(WriteFile, RefusesWhatCannotBeAFile) {
     writeBytes(folder / "file", oldBytes);
     ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
     const auto force = [&](const fs::path& path) {
-        return refusal([&] { app::writeFile(path, newBytes, Overwrite::force); });
+        return messageOf<app::WriteError>([&] { app::writeFile(path, newBytes, Overwrite::force); });
     };
     EXPECT_THAT(force(folder.path()), EndsWith(": it is a directory"));
     EXPECT_THAT(force(folder / "pipe"), EndsWith("pipe: it is not a regular file"));
@@ -150,11 +144,13 @@ TEST(WriteFile, ObeysWriteProtection) {
     const WithoutRootRights rights(folder);
     writeBytes(folder / "out", oldBytes);
     fs::permissions(folder / "out", fs::perms::owner_read);
-    EXPECT_THAT(refusal([&] { app::writeFile(folder / "out", newBytes, Overwrite::force); }),
-                EndsWith("out: Permission denied"));
+    EXPECT_THAT(
+        messageOf<app::WriteError>([&] { app::writeFile(folder / "out", newBytes, Overwrite::force); }),
+        EndsWith("out: Permission denied"));
     fs::permissions(folder.path(), fs::perms::owner_read | fs::perms::owner_exec);
-    EXPECT_THAT(refusal([&] { app::writeFile(folder / "other", newBytes, Overwrite::refuse); }),
-                EndsWith("other: Permission denied"));
+    EXPECT_THAT(
+        messageOf<app::WriteError>([&] { app::writeFile(folder / "other", newBytes, Overwrite::refuse); }),
+        EndsWith("other: Permission denied"));
     fs::permissions(folder.path(), fs::perms::owner_all);
     EXPECT_EQ(readBytes(folder / "out"), oldBytes);
 }
@@ -186,7 +182,8 @@ TEST(WriteFile, LeavesTheOldFileWhenWritingFails) {
     std::string message;
     {
         const FileSizeLimit limit(10);
-        message = refusal([&] { app::writeFile(folder / "out", newBytes, Overwrite::force); });
+        message =
+            messageOf<app::WriteError>([&] { app::writeFile(folder / "out", newBytes, Overwrite::force); });
     }
     EXPECT_THAT(message, EndsWith("out: File too large"));
     EXPECT_EQ(readBytes(folder / "out"), oldBytes);
@@ -211,7 +208,7 @@ TEST(WriteFile, DoesNotOverwriteAFileThatAppearsMeanwhile) {
     const TemporaryFolder folder;
     const fs::path path = folder / "out";
     const vxAttention::Scope scope([&] { writeBytes(path, oldBytes); });
-    EXPECT_THAT(refusal([&] { app::writeFile(path, newBytes, Overwrite::refuse); }),
+    EXPECT_THAT(messageOf<app::WriteError>([&] { app::writeFile(path, newBytes, Overwrite::refuse); }),
                 EndsWith("out: the file exists (--force overwrites it)"));
     EXPECT_EQ(readBytes(path), oldBytes);
     EXPECT_THAT(folder.names(), ElementsAre("out"));
@@ -221,7 +218,8 @@ TEST(WriteFile, FailsWhenTheFolderGoesAwayMeanwhile) {
     const TemporaryFolder folder;
     fs::create_directory(folder / "sub");
     const vxAttention::Scope scope([&] { fs::remove_all(folder / "sub"); });
-    EXPECT_THAT(refusal([&] { app::writeFile(folder / "sub" / "out", newBytes, Overwrite::force); }),
+    EXPECT_THAT(messageOf<app::WriteError>(
+                    [&] { app::writeFile(folder / "sub" / "out", newBytes, Overwrite::force); }),
                 EndsWith("out: No such file or directory"));
 }
 
@@ -249,8 +247,10 @@ TEST(CheckWritable, TellsBeforehandWhatWriteFileWouldRefuse) {
     writeBytes(folder / "old", oldBytes);
     app::checkWritable(folder / "new", Overwrite::refuse);
     app::checkWritable(folder / "old", Overwrite::force);
-    EXPECT_NE(refusal([&] { app::checkWritable(folder / "old", Overwrite::refuse); }), "");
-    EXPECT_NE(refusal([&] { app::checkWritable(folder / "no" / "new", Overwrite::refuse); }), "");
+    EXPECT_NE(messageOf<app::WriteError>([&] { app::checkWritable(folder / "old", Overwrite::refuse); }), "");
+    EXPECT_NE(
+        messageOf<app::WriteError>([&] { app::checkWritable(folder / "no" / "new", Overwrite::refuse); }),
+        "");
     EXPECT_THAT(folder.names(), ElementsAre("old"));
 }
 

@@ -180,12 +180,7 @@ TEST(Convolve, WritesFloatsAsTheyAre) {
 template <class E>
 std::string refusalOf(const app::Image& image, const app::Image& kernel,
                       const ConvolutionSettings& settings = {}) {
-    try {
-        static_cast<void>(app::convolve(image, kernel, settings));
-    } catch (const E& error) {
-        return error.what();
-    }
-    return {};
+    return messageOf<E>([&] { static_cast<void>(app::convolve(image, kernel, settings)); });
 }
 
 TEST(Convolve, RefusesKernelsThatDoNotFit) {

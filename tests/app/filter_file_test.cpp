@@ -1,6 +1,7 @@
 #include "app/filter_file.h"
 
 #include "app/errors.h"
+#include "tests/app/archives.h"
 #include "tests/app/images.h"
 
 #include <gmock/gmock.h>
@@ -17,21 +18,9 @@ using testing::StartsWith;
 
 const vxPair<long> size(16, 8);
 
-Bytes archiveOf(vxPersistent* object) {
-    std::ostringstream stream;
-    vxOutputArchive archive(stream);
-    archive || object;
-    return bytesOf(stream.str());
-}
-
 std::string refusal(const Bytes& bytes) {
     std::istringstream file(std::string(bytes.begin(), bytes.end()));
-    try {
-        static_cast<void>(app::readFilter(file));
-    } catch (const app::UnreadableError& error) {
-        return error.what();
-    }
-    return {};
+    return messageOf<app::UnreadableError>([&] { static_cast<void>(app::readFilter(file)); });
 }
 
 // One of every type.
@@ -101,14 +90,9 @@ TEST(FilterFile, IsToldFromOthersByItsStart) {
 
 TEST(ReadFilter, NamesTheFile) {
     const TemporaryFolder folder;
-    const auto refused = [&](const Bytes& bytes) -> std::string {
+    const auto refused = [&](const Bytes& bytes) {
         writeBytes(folder / "f.kav", bytes);
-        try {
-            static_cast<void>(app::readFilter(folder / "f.kav"));
-        } catch (const app::UnreadableError& error) {
-            return error.what();
-        }
-        return {};
+        return messageOf<app::UnreadableError>([&] { static_cast<void>(app::readFilter(folder / "f.kav")); });
     };
     const std::string start = "cannot read " + (folder / "f.kav").string() + ": ";
     EXPECT_THAT(refused(bytesOf("KAVA")), StartsWith(start));

@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <functional>
 #include <numbers>
 
 namespace {
@@ -19,18 +18,8 @@ using app::FilterParameters;
 constexpr double pi = std::numbers::pi;
 const vxPair<long> size(64, 32);
 
-template <class E>
-std::string refused(const std::function<void()>& operation) {
-    try {
-        operation();
-    } catch (const E& error) {
-        return error.what();
-    }
-    return {};
-}
-
 std::string refusal(const FilterParameters& parameters) {
-    return refused<app::UsageError>([&] { app::checkFilter(parameters); });
+    return messageOf<app::UsageError>([&] { app::checkFilter(parameters); });
 }
 
 FilterParameters lobe(const std::string& type, std::optional<bool> pair = {}) {
@@ -145,7 +134,7 @@ TEST(Filters, OfImagesNeedAKernel) {
     FilterParameters p = imageFilter();
     EXPECT_EQ(refusal(p), "");
     p.kernel.reset();
-    EXPECT_EQ(refused<app::UsageError>([&] { static_cast<void>(app::makeFilter(p, size)); }),
+    EXPECT_EQ(messageOf<app::UsageError>([&] { static_cast<void>(app::makeFilter(p, size)); }),
               "an image filter needs a kernel");
 }
 
@@ -164,7 +153,6 @@ TEST(Pairs, OfGaborLobesKeepWhatEitherKeeps) {
         vfFrequencyAdd(filtered(a), expected);
         vfFrequencySubtract(both, expected);
         vxFrequencyBuffer result = filtered(*app::makeFilter(p, size));
-        EXPECT_TRUE(result.getRealImage(false).pointToOffset() != nullptr);
         EXPECT_EQ(pelsOf(result.getRealImage(false)), pelsOf(expected.getRealImage(false)));
         EXPECT_EQ(pelsOf(result.getImaginaryImage(false)), pelsOf(expected.getImaginaryImage(false)));
         // Every row is transformed, not those of one lobe only.
@@ -236,7 +224,7 @@ TEST(Pairs, NeedLobes) {
         if (p.type == "image") {
             p.sigma = 0;
         }
-        EXPECT_EQ(refused<app::UsageError>([&] { static_cast<void>(app::makeFilter(p, size)); }),
+        EXPECT_EQ(messageOf<app::UsageError>([&] { static_cast<void>(app::makeFilter(p, size)); }),
                   std::string("--pair does not go with a filter of the type ") + type);
     }
 }
@@ -258,7 +246,7 @@ TEST(BuiltFilters, AreUsedAsTheyAre) {
 TEST(BuiltFilters, FitOneSize) {
     FilterParameters p;
     p.built = {"f.kav", std::make_shared<vxFrequencyFilterGabor>(libraryLobe<vxFrequencyFilterGabor>(0.7))};
-    EXPECT_EQ(refused<app::UnreadableError>([&] {
+    EXPECT_EQ(messageOf<app::UnreadableError>([&] {
                   static_cast<void>(app::makeFilter(p, {32, 32}));
               }),
               "cannot use f.kav: it filters 64 x 32 spectra, but this transform is 32 x 32");
@@ -293,7 +281,7 @@ TEST(ApplyFilter, SaysWhenTheDcSquareDoesNotFit) {
     for (const char* type : {"bandpass", "bandreject", "gabor", "gabor-reject"}) {
         const auto filter = app::makeFilter({type, 0.2, 0.1, 0, 5}, {8, 4});
         vxFrequencyBuffer spectrum(8, 4);
-        EXPECT_EQ(refused<app::UsageError>([&] { app::applyFilter(*filter, spectrum); }),
+        EXPECT_EQ(messageOf<app::UsageError>([&] { app::applyFilter(*filter, spectrum); }),
                   "the square of --dc around the DC reaches outside the 8 x 4 spectrum");
     }
 }

@@ -12,12 +12,7 @@ namespace {
 using app::Depth;
 
 std::string sizeRefusal(unsigned long long width, unsigned long long height) {
-    try {
-        static_cast<void>(app::newPels(width, height));
-    } catch (const app::UnreadableError& error) {
-        return error.what();
-    }
-    return {};
+    return messageOf<app::UnreadableError>([&] { static_cast<void>(app::newPels(width, height)); });
 }
 
 TEST(NewPels, AreZeroAndOfTheSize) {

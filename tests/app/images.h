@@ -5,6 +5,7 @@
 #include "app/errors.h"
 #include "app/image.h"
 #include "tests/app/files.h"
+#include "tests/app/refusal.h"
 
 #include <gtest/gtest.h>
 
@@ -62,12 +63,7 @@ inline app::Image readBack(Reader read, const Bytes& bytes) {
 
 /// The message that reading ends with; empty when it succeeds.
 inline std::string refusal(Reader read, const Bytes& bytes) {
-    try {
-        readBack(read, bytes);
-    } catch (const app::UnreadableError& error) {
-        return error.what();
-    }
-    return {};
+    return messageOf<app::UnreadableError>([&] { readBack(read, bytes); });
 }
 
 /// Every shorter file is refused, but for the last `spare` bytes, which need not be there.

@@ -1,6 +1,7 @@
 #include "app/input_file.h"
 
 #include "tests/app/files.h"
+#include "tests/app/refusal.h"
 
 #include <gtest/gtest.h>
 
@@ -32,17 +33,14 @@ TEST(OpenInput, CanBeSoughtInWhateverItIs) {
 TEST(ReadInput, NamesTheFileInErrors) {
     const TemporaryFolder folder;
     writeBytes(folder / "file", bytesOf("abc"));
-    const auto refusal = [](const std::filesystem::path& path) -> std::string {
-        try {
+    const auto refused = [](const std::filesystem::path& path) {
+        return messageOf<app::UnreadableError>([&] {
             app::readInput(path, [](std::istream&) { throw app::UnreadableError("I do not like it"); });
-        } catch (const app::UnreadableError& error) {
-            return error.what();
-        }
-        return {};
+        });
     };
     const std::string name = (folder / "file").string();
-    EXPECT_EQ(refusal(name), "cannot read " + name + ": I do not like it");
-    EXPECT_EQ(refusal(name + "s"), "cannot read " + name + "s: no such file");
+    EXPECT_EQ(refused(name), "cannot read " + name + ": I do not like it");
+    EXPECT_EQ(refused(name + "s"), "cannot read " + name + "s: no such file");
     EXPECT_EQ(app::readInput(folder / "file", contents), "abc");
 }
 

@@ -11,12 +11,8 @@ using app::Depth;
 using app::KernelScale;
 
 std::string refusal(const app::Image& kernel, const vxPair<long>& size, KernelScale scale) {
-    try {
-        static_cast<void>(app::kernelSpectrum(kernel, size, scale));
-    } catch (const app::UnreadableError& error) {
-        return error.what();
-    }
-    return {};
+    return messageOf<app::UnreadableError>(
+        [&] { static_cast<void>(app::kernelSpectrum(kernel, size, scale)); });
 }
 
 app::Image named(app::Image kernel) {

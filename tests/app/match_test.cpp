@@ -250,12 +250,7 @@ TEST(FindPattern, TakesImagesUpToTheLimit) {
 }
 
 std::string refusalOf(const app::Image& image, const app::Image& pattern) {
-    try {
-        static_cast<void>(app::findPattern(image, pattern));
-    } catch (const app::UnreadableError& error) {
-        return error.what();
-    }
-    return {};
+    return messageOf<app::UnreadableError>([&] { static_cast<void>(app::findPattern(image, pattern)); });
 }
 
 TEST(FindPattern, RefusesWhatCannotMatch) {

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <limits>
 #include <memory>
 #include <numbers>
@@ -84,18 +83,8 @@ std::vector<double> rounded(std::vector<double> values, double gain, double offs
     return values;
 }
 
-template <class E>
-std::string refusal(const std::function<void()>& operation) {
-    try {
-        operation();
-    } catch (const E& error) {
-        return error.what();
-    }
-    return {};
-}
-
 std::string refusedSettings(const FilterSettings& settings) {
-    return refusal<app::UsageError>([&] { app::checkSettings(settings); });
+    return messageOf<app::UsageError>([&] { app::checkSettings(settings); });
 }
 
 TEST(FilterImage, RawIsTheLibraryAndNothingElse) {
@@ -330,7 +319,7 @@ TEST(FilterImage, RefusesAKernelLargerThanTheImage) {
     for (const auto& [width, height] : {std::pair(8L, 3L), std::pair(9L, 2L)}) {
         image.pels = patternImage(width, height, Depth::bits8).pels;
         EXPECT_EQ(
-            refusal<app::UnreadableError>([&] { static_cast<void>(app::filterImage(image, settings)); }),
+            messageOf<app::UnreadableError>([&] { static_cast<void>(app::filterImage(image, settings)); }),
             "the kernel k.png is 9 x 3 pels, larger than x.png, which is " + std::to_string(width) + " x " +
                 std::to_string(height));
     }
@@ -357,7 +346,7 @@ TEST(FilterImage, SaysWhenTheResultIsTooLarge) {
     settings.filter.kernel = makeImage(2, 2, Depth::float64, [](long, long) { return 1e20; });
     app::Image image = makeImage(8, 8, Depth::float64, [](long, long) { return 1e20; });
     image.name = "x.tif";
-    EXPECT_EQ(refusal<app::UnreadableError>([&] { static_cast<void>(app::filterImage(image, settings)); }),
+    EXPECT_EQ(messageOf<app::UnreadableError>([&] { static_cast<void>(app::filterImage(image, settings)); }),
               "cannot filter x.tif: the result is too large for single precision");
 }
 
@@ -366,14 +355,14 @@ TEST(FilterImage, RefusesABuiltFilterOfAnotherSize) {
     settings.filter.built = {
         "f.kav", std::make_shared<vxFrequencyFilterBandPass>(0.1, 0, 0.2, vxPair<long>(64, 64), 0)};
     const app::Image image = patternImage(50, 21, Depth::bits8);
-    EXPECT_EQ(refusal<app::UnreadableError>([&] { static_cast<void>(app::filterImage(image, settings)); }),
+    EXPECT_EQ(messageOf<app::UnreadableError>([&] { static_cast<void>(app::filterImage(image, settings)); }),
               "cannot use f.kav: it filters 64 x 64 spectra, but this transform is 64 x 32");
 }
 
 TEST(FilterImage, RefusesFiltersThatAreWrongForEveryImage) {
     const FilterSettings settings = settingsFor({"bandpass", 0.7, 0.1, 0, 0});
     const app::Image image = patternImage(8, 8, Depth::bits8);
-    EXPECT_EQ(refusal<app::UsageError>([&] { static_cast<void>(app::filterImage(image, settings)); }),
+    EXPECT_EQ(messageOf<app::UsageError>([&] { static_cast<void>(app::filterImage(image, settings)); }),
               "Frequency must be between 0.0 and 0.5.");
 }
 
@@ -381,7 +370,7 @@ TEST(FilterImage, RefusesARangeForFloatingPointResults) {
     FilterSettings settings = settingsFor(bandPass);
     settings.range = Range::clip;
     const app::Image image = patternImage(8, 8, Depth::float32);
-    EXPECT_THAT(refusal<app::UsageError>([&] { static_cast<void>(app::filterImage(image, settings)); }),
+    EXPECT_THAT(messageOf<app::UsageError>([&] { static_cast<void>(app::filterImage(image, settings)); }),
                 HasSubstr("--range is for 8- and 16-bit results"));
 }
 
@@ -389,7 +378,7 @@ TEST(FilterImage, RefusesPelsThatCannotBeTransformed) {
     app::Image image = patternImage(8, 8, Depth::float64);
     image.name = "x.tif";
     const auto refused = [&] {
-        return refusal<app::UnreadableError>(
+        return messageOf<app::UnreadableError>(
             [&] { static_cast<void>(app::filterImage(image, settingsFor(bandPass))); });
     };
     EXPECT_EQ(refused(), "");

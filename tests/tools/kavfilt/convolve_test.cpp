@@ -18,12 +18,10 @@ protected:
         app::writeImage(folder / "in.png", patternImage(50, 21, Depth::bits8), Overwrite::refuse);
         app::writeImage(folder / "kernel.pgm", patternImage(6, 5, Depth::bits8), Overwrite::refuse);
     }
-    Outcome convolve(const std::vector<std::string>& more, const std::string& output = "out.tif") {
-        std::vector<std::string> arguments = {"convolve", "in.png", "kernel.pgm", "-o", output};
-        arguments.insert(arguments.end(), more.begin(), more.end());
-        return run(folder.path(), arguments);
+    Outcome convolve(const Words& more, const std::string& output = "out.tif") {
+        return run(folder.path(), Words{"convolve", "in.png", "kernel.pgm", "-o", output} + more);
     }
-    void expectResult(const std::vector<std::string>& options, const ConvolutionSettings& settings) {
+    void expectResult(const Words& options, const ConvolutionSettings& settings) {
         std::vector<std::string> all = options;
         all.emplace_back("--force");
         const Outcome outcome = convolve(all);

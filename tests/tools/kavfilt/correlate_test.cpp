@@ -30,11 +30,7 @@ protected:
     void write(const std::string& name, const app::Image& pels) {
         app::writeImage(folder / name, pels, Overwrite::force);
     }
-    Outcome correlate(const std::vector<std::string>& arguments) {
-        std::vector<std::string> all = {"correlate"};
-        all.insert(all.end(), arguments.begin(), arguments.end());
-        return run(folder.path(), all);
-    }
+    Outcome correlate(const Words& arguments) { return run(folder.path(), Words{"correlate"} + arguments); }
 
     TemporaryFolder folder;
     app::Image image;

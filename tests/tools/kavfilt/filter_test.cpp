@@ -24,8 +24,7 @@ protected:
     void write(const std::string& name, Depth depth, long width = 50, long height = 21) {
         app::writeImage(folder / name, patternImage(width, height, depth), Overwrite::force);
     }
-    Outcome filter(const std::string& input, const std::string& output,
-                   const std::vector<std::string>& more = {}) {
+    Outcome filter(const std::string& input, const std::string& output, const Words& more = {}) {
         return run(folder.path(), filterArguments(input, output, more));
     }
     app::Image result(const std::string& name) { return app::readImage(folder / name); }
@@ -103,8 +102,7 @@ TEST_F(Filter, ReportsWhatItDid) {
 TEST_F(Filter, DoesWhatItsOptionsSay) {
     write("in.png", Depth::bits8);
     const app::Image image = result("in.png");
-    const auto expectLike = [&](const std::vector<std::string>& options,
-                                const app::FilterSettings& settings) {
+    const auto expectLike = [&](const Words& options, const app::FilterSettings& settings) {
         std::vector<std::string> all = options;
         all.emplace_back("--force");
         const Outcome outcome = filter("in.png", "out.tif", all);
@@ -158,8 +156,7 @@ TEST_F(Filter, RawWritesTheLibrarysPels) {
 
 TEST_F(Filter, RefusesWrongParameters) {
     write("in.png", Depth::bits8);
-    const auto with = [&](const std::string& frequency, const std::string& sigma,
-                          const std::vector<std::string>& more = {}) {
+    const auto with = [&](const std::string& frequency, const std::string& sigma, const Words& more = {}) {
         std::vector<std::string> arguments = {"filter",   "in.png",      "-o",      "out.png", "--type",
                                               "bandpass", "--frequency", frequency, "--sigma", sigma};
         arguments.insert(arguments.end(), more.begin(), more.end());

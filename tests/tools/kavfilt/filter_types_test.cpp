@@ -14,18 +14,11 @@ using app::Depth;
 using app::Overwrite;
 using app::Part;
 
-using Words = std::vector<std::string>;
-
 const Words bandReject = {"--type", "bandreject", "--frequency", "0.2", "--sigma", "0.04"};
 const Words gabor = {"--type", "gabor", "--frequency", "0.2", "--sigma", "0.04", "--angle", "30"};
 const Words gaborReject = {"--type",  "gabor-reject", "--frequency", "0.2",
                            "--sigma", "0.04",         "--angle",     "30"};
 const Words image = {"--type", "image", "--kernel", "kernel.tif"};
-
-Words operator+(Words a, const Words& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
 
 app::FilterSettings lobeSettings(const std::string& type) {
     app::FilterSettings settings;

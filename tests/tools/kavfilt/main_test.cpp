@@ -31,7 +31,7 @@ TEST(Main, HelpsWithTheProgramAndEachVerb) {
 }
 
 TEST(Main, RefusesWrongUsageInOneLine) {
-    for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
+    for (const Words& arguments : std::vector<Words>{
              {}, {"nonsense"}, {"--nonsense"}, {"info"}, {"filter", "a.png"}, {"info", "a", "b"}}) {
         const Outcome outcome = run(".", arguments);
         EXPECT_EQ(outcome.exitCode, 2);

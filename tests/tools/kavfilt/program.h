@@ -15,6 +15,13 @@
 #include <unistd.h>
 #include <vector>
 
+using Words = std::vector<std::string>;
+
+inline Words operator+(Words a, const Words& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
 /// What a run left behind.
 struct Outcome {
     int exitCode = -1; ///< -1: a signal ended it.
@@ -25,9 +32,8 @@ struct Outcome {
 /// A run of the program in a folder, with its output and errors caught.
 class Program {
 public:
-    Program(const std::filesystem::path& folder, const std::vector<std::string>& arguments) {
-        std::vector<std::string> words = {KAV_PROGRAM};
-        words.insert(words.end(), arguments.begin(), arguments.end());
+    Program(const std::filesystem::path& folder, const Words& arguments) {
+        Words words = Words{KAV_PROGRAM} + arguments;
         std::vector<char*> pointers;
         for (std::string& word : words) {
             pointers.push_back(word.data());
@@ -79,17 +85,15 @@ private:
     pid_t process_ = -1;
 };
 
-inline Outcome run(const std::filesystem::path& folder, const std::vector<std::string>& arguments) {
+inline Outcome run(const std::filesystem::path& folder, const Words& arguments) {
     return Program(folder, arguments).wait();
 }
 
 /// The usual filter, IN to OUT, and further options.
-inline std::vector<std::string> filterArguments(const std::string& input, const std::string& output,
-                                                const std::vector<std::string>& more = {}) {
-    std::vector<std::string> arguments = {"filter",   input,         "-o",  output,    "--type",
-                                          "bandpass", "--frequency", "0.2", "--sigma", "0.04"};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    return arguments;
+inline Words filterArguments(const std::string& input, const std::string& output, const Words& more = {}) {
+    return Words{"filter",   input,         "-o",  output,    "--type",
+                 "bandpass", "--frequency", "0.2", "--sigma", "0.04"} +
+           more;
 }
 
 /// It failed with that exit code, said why in one line on the standard error, and nothing else.

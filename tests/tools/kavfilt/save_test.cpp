@@ -18,13 +18,6 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::UnorderedElementsAre;
 
-using Words = std::vector<std::string>;
-
-Words operator+(Words a, const Words& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
-
 const Words ring = {"--frequency", "0.2", "--sigma", "0.04", "--plateau", "0.01", "--dc", "1"};
 const Words lobe = {"--frequency", "0.2", "--sigma", "0.04,0.1", "--angle", "30"};
 const Words kernel = {"--kernel", "kernel.tif"};

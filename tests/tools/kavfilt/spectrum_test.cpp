@@ -18,12 +18,10 @@ protected:
     void SetUp() override {
         app::writeImage(folder / "in.png", patternImage(50, 21, Depth::bits8), app::Overwrite::refuse);
     }
-    Outcome spectrum(const std::vector<std::string>& more, const std::string& output = "out.png") {
-        std::vector<std::string> arguments = {"spectrum", "in.png", "-o", output};
-        arguments.insert(arguments.end(), more.begin(), more.end());
-        return run(folder.path(), arguments);
+    Outcome spectrum(const Words& more, const std::string& output = "out.png") {
+        return run(folder.path(), Words{"spectrum", "in.png", "-o", output} + more);
     }
-    void expectView(const std::vector<std::string>& options, const app::ViewSettings& settings,
+    void expectView(const Words& options, const app::ViewSettings& settings,
                     app::Padding padding = app::Padding::mirror) {
         std::vector<std::string> all = options;
         all.emplace_back("--force");
@@ -95,7 +93,7 @@ TEST_F(Spectrum, RefusesWrongUsage) {
                   "--map range needs --min and --max, and only --map range has them");
     expectFailure(spectrum({"--depth", "float"}), 2,
                   "a PNG file cannot hold float pels (out.png): choose --depth 8 or 16, or a .tif file");
-    for (const std::vector<std::string>& options : std::vector<std::vector<std::string>>{
+    for (const Words& options : std::vector<Words>{
              {"--depth", "16"}, {"--map", "cubic"}, {"--view", "power"}, {"--max", "x"}, {"--pad", "one"}}) {
         EXPECT_EQ(spectrum(options).exitCode, 2) << options[0];
     }
