@@ -1,6 +1,7 @@
 #include "kavstd/archive.h"
 
 #include "kavstd/internal/archive_state.h"
+#include "kavsys/assert.h"
 
 #include <algorithm>
 #include <array>
@@ -9,6 +10,7 @@
 #include <cstring>
 #include <istream>
 #include <ostream>
+#include <span>
 #include <utility>
 
 namespace {
@@ -77,42 +79,39 @@ vxArchive& archivePair(vxArchive& archive, vxPair<T>& value) {
     return archive;
 }
 
-/// Archives up to a chunk of floats at a time.
-class FloatChunks {
-public:
-    static constexpr std::size_t capacity = 1024;
+// Floats are archived so many at a time: through the bytes of the archive's byte order, unless they are the
+// floats themselves.
+constexpr std::size_t chunkFloats = 1024;
+constexpr bool floatsAreLittleEndian = std::endian::native == std::endian::little;
 
-    explicit FloatChunks(vxArchive& archive) : state_(vx_ArchiveAccess::state(archive)) {}
-
-    void store(const float* values, std::size_t count) {
+void storeChunk(vx_ArchiveAccess::State& state, const float* values, std::size_t count) {
+    std::array<unsigned char, chunkFloats * sizeof(float)> bytes;
+    if constexpr (floatsAreLittleEndian) {
+        std::memcpy(bytes.data(), values, count * sizeof(float));
+    } else {
         for (std::size_t i = 0; i < count; ++i) {
-            putLittleEndian(std::bit_cast<std::uint32_t>(values[i]), bytes_.data() + i * sizeof(float));
-        }
-        transfer(count);
-    }
-    void load(float* values, std::size_t count) {
-        transfer(count);
-        for (std::size_t i = 0; i < count; ++i) {
-            values[i] =
-                std::bit_cast<float>(getLittleEndian<std::uint32_t>(bytes_.data() + i * sizeof(float)));
+            putLittleEndian(std::bit_cast<std::uint32_t>(values[i]), bytes.data() + i * sizeof(float));
         }
     }
+    state.transfer(bytes.data(), count * sizeof(float), "a float array");
+}
 
-private:
-    void transfer(std::size_t count) {
-        state_.transfer(bytes_.data(), count * sizeof(float), "a float array");
+void loadChunk(vx_ArchiveAccess::State& state, float* values, std::size_t count) {
+    state.transfer(values, count * sizeof(float), "a float array");
+    if constexpr (!floatsAreLittleEndian) {
+        for (std::size_t i = 0; i < count; ++i) {
+            std::array<unsigned char, sizeof(float)> bytes;
+            std::memcpy(bytes.data(), values + i, bytes.size());
+            values[i] = std::bit_cast<float>(getLittleEndian<std::uint32_t>(bytes.data()));
+        }
     }
+}
 
-    vx_ArchiveAccess::State& state_;
-    std::array<unsigned char, capacity * sizeof(float)> bytes_{};
-};
-
-void storeFloats(vxArchive& archive, const std::vector<float>& values) {
-    FloatChunks chunks(archive);
-    for (std::size_t done = 0; done < values.size();) {
-        const std::size_t count = std::min(values.size() - done, FloatChunks::capacity);
-        chunks.store(values.data() + done, count);
-        done += count;
+/// Calls operation(first, count) for one chunk of so many floats after the other.
+template <class Operation>
+void forEachChunk(std::size_t floats, Operation operation) {
+    for (std::size_t first = 0; first < floats; first += chunkFloats) {
+        operation(first, std::min(chunkFloats, floats - first));
     }
 }
 
@@ -127,15 +126,16 @@ bool succeeds(const std::ios& stream, Operation operation) {
     return !stream.fail();
 }
 
-/// The vector grows only as its elements arrive, so no count is believed.
+/// No count is believed: what has arrived vouches for as much again.
 std::vector<float> loadFloats(vxArchive& archive, std::size_t count) {
-    FloatChunks chunks(archive);
-    std::array<float, FloatChunks::capacity> chunk{};
+    vx_ArchiveAccess::State& state = vx_ArchiveAccess::state(archive);
     std::vector<float> values;
     while (values.size() < count) {
-        const std::size_t size = std::min(count - values.size(), chunk.size());
-        chunks.load(chunk.data(), size);
-        values.insert(values.end(), chunk.data(), chunk.data() + size);
+        const std::size_t done = values.size();
+        values.resize(done + std::min(count - done, std::max(chunkFloats, done)));
+        forEachChunk(values.size() - done, [&](std::size_t first, std::size_t size) {
+            loadChunk(state, values.data() + done + first, size);
+        });
     }
     return values;
 }
@@ -207,18 +207,28 @@ vxArchive& operator||(vxArchive& archive, double& value) {
 }
 
 vxArchive& operator||(vxArchive& archive, std::vector<float>& value) {
-    vx_ArchiveAccess::state(archive).version("a float array");
-    std::size_t count = value.size();
-    archiveInteger<std::uint64_t>(archive, count, "the count of a float array");
     if (!archive.isLoading()) {
-        storeFloats(archive, value);
+        vf_StoreFloats(archive, value);
         return archive;
     }
+    vx_ArchiveAccess::state(archive).version("a float array");
+    std::size_t count = 0;
+    archiveInteger<std::uint64_t>(archive, count, "the count of a float array");
     if (count > value.max_size()) {
         archive.refuse("more floats than memory can hold");
     }
     value = loadFloats(archive, count);
     return archive;
+}
+
+void vf_StoreFloats(vxArchive& archive, std::span<const float> values) {
+    VX_ASSERT(!archive.isLoading());
+    vx_ArchiveAccess::State& state = vx_ArchiveAccess::state(archive);
+    state.version("a float array");
+    std::size_t count = values.size();
+    archiveInteger<std::uint64_t>(archive, count, "the count of a float array");
+    forEachChunk(
+        count, [&](std::size_t first, std::size_t size) { storeChunk(state, values.data() + first, size); });
 }
 
 vxArchive& operator||(vxArchive& archive, vxPair<long>& value) {

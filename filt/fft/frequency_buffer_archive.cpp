@@ -1,7 +1,10 @@
 #include "filt/fft/frequency_buffer.h"
 
+#include "filt/internal/aligned_storage.h"
+
 #include <algorithm>
 #include <cstdint>
+#include <utility>
 
 namespace {
 constexpr unsigned char currentVersion = 1; // Version 0 held a linear transform instead of a transform cache.
@@ -35,12 +38,10 @@ vxArchive& operator||(vxArchive& archive, vxFrequencyBuffer& buffer) {
 
 void vxFrequencyBuffer::store(vxArchive& archive) {
     bool hasSamples = data_ != nullptr;
-    std::vector<float> samples;
-    if (hasSamples) {
-        samples.assign(data_, data_ + static_cast<std::size_t>(sampleCount()) * 2);
-    }
+    const std::size_t floats = hasSamples ? static_cast<std::size_t>(sampleCount()) * 2 : 0;
     archiveFields(archive, currentVersion);
-    archive || hasSamples || samples;
+    archive || hasSamples;
+    vf_StoreFloats(archive, {data_, floats});
 }
 
 void vxFrequencyBuffer::load(vxArchive& archive, unsigned char version) {
@@ -53,7 +54,7 @@ void vxFrequencyBuffer::load(vxArchive& archive, unsigned char version) {
     }
     archive || samples;
     if (hasSamples) {
-        adoptSamples(archive, samples);
+        adoptSamples(archive, std::move(samples));
     }
 }
 
@@ -70,13 +71,18 @@ void vxFrequencyBuffer::archiveFields(vxArchive& archive, unsigned char version)
     archive || offset_;
 }
 
-void vxFrequencyBuffer::adoptSamples(vxArchive& archive, const std::vector<float>& samples) {
+void vxFrequencyBuffer::adoptSamples(vxArchive& archive, std::vector<float>&& samples) {
     const std::uint64_t count = sampleCount();
     if (samples.size() > count * 2) {
         archive.refuse("frequency buffer with more samples than its size");
     }
     if (samples.size() < count * 2 && count > unclaimedLimit) {
         archive.refuse("frequency buffer with fewer samples than its size");
+    }
+    if (samples.size() == count * 2 && vf_AlignedStart(samples) == samples.data()) {
+        storage_ = std::move(samples);
+        data_ = storage_.data();
+        return;
     }
     allocate();
     std::copy(samples.begin(), samples.end(), data_);

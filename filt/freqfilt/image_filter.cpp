@@ -16,9 +16,14 @@ void checkSamples(const vxFrequencyBuffer& buffer) {
     }
 }
 
+// Whether `target` already has the samples that a copy of `source` needs.
+bool reusesStorage(const vxFrequencyBuffer& target, const vxFrequencyBuffer& source) {
+    return Access::data(target) != nullptr && Access::size(target) == Access::copySize(source);
+}
+
 // target = source, or an exception and no change.
 void assign(vxFrequencyBuffer& target, const vxFrequencyBuffer& source) {
-    if (Access::data(source) == nullptr) {
+    if (Access::data(source) == nullptr || reusesStorage(target, source)) {
         target = source; // Allocates nothing.
         return;
     }

@@ -26,15 +26,15 @@ template <std::unsigned_integral T>
 /// several at once.
 [[nodiscard]] inline double vf_SumOfMagnitudes(const double* values, long count) noexcept {
     constexpr long lanes = 4;
+    const long end = count - count % lanes;
     std::array<double, lanes> sums = {};
-    long i = 0;
-    for (; i + lanes <= count; i += lanes) {
+    for (long i = 0; i < end; i += lanes) {
         for (long lane = 0; lane < lanes; ++lane) {
             sums[static_cast<std::size_t>(lane)] += std::fabs(values[i + lane]);
         }
     }
     double sum = sums[0] + sums[1] + sums[2] + sums[3];
-    for (; i < count; ++i) {
+    for (long i = end; i < count; ++i) {
         sum += std::fabs(values[i]);
     }
     return sum;

@@ -1,3 +1,4 @@
+#include "kavsys/assert.h"
 #include "tests/support/archive_samples.h"
 #include "tests/support/failing_allocation.h"
 
@@ -290,6 +291,20 @@ TEST(Errors, KeepTheirClassWhenThereIsNoMemoryForTheText) {
     }
     EXPECT_TRUE(kept);
     expectEveryUseThrows<vxArchive::UnknownVersion>(unknown);
+}
+
+TEST(FloatArray, IsStoredFromAnyFloats) {
+    std::vector<float> values(3000);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        values[i] = static_cast<float>(i) - 0.5F;
+    }
+    std::ostringstream stream;
+    vxOutputArchive archive(stream);
+    vf_StoreFloats(archive, values);
+    EXPECT_EQ(stream.str(), stored(values));
+    std::istringstream input(stream.str());
+    vxInputArchive loading(input);
+    EXPECT_THROW(vf_StoreFloats(loading, values), vxAssertionFailure);
 }
 
 TEST(FloatArray, AHugeCountInAShortFileIsTheEndOfTheData) {

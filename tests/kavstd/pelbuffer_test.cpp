@@ -115,6 +115,27 @@ TYPED_TEST(PelBufferTest, NewPelsAreZero) {
     }
 }
 
+TYPED_TEST(PelBufferTest, UnsetPelsAreLaidOutAsThoseOfTheConstructor) {
+    using Image = vxPelBuffer<TypeParam>;
+    for (const long width : {1L, 31L, 32L, 33L, 100L}) {
+        for (const long alignment : {1L, 32L, 256L}) {
+            Image image = Image::unset(width, 3, alignment);
+            ASSERT_TRUE(image.isBound());
+            EXPECT_EQ(image.width(), width);
+            EXPECT_EQ(image.height(), 3);
+            EXPECT_EQ(image.rowUpdate(), Image(width, 3, alignment).rowUpdate());
+            EXPECT_EQ(address(image.pointToOffset()) % static_cast<std::uintptr_t>(alignment), 0U);
+            EXPECT_EQ(image.offset(), vxPair<long>(0, 0));
+            EXPECT_EQ(image.xformCache().linearXform(), vxXform<2>());
+            vfPelSet(image, 77);
+            EXPECT_EQ(image.pointToRow(2)[width - 1], TypeParam(77));
+        }
+    }
+    expectUnbound(Image::unset(0, 3));
+    EXPECT_EQ(Image::unset(1, 2).rowUpdate(), Image(1, 2).rowUpdate());
+    expectBadGeometry([] { static_cast<void>(Image::unset(1, 1, 3)); }, "Alignment must be a power of 2.");
+}
+
 TYPED_TEST(PelBufferTest, RowsAreAligned) {
     for (long alignment = 1; alignment <= 4096; alignment *= 2) {
         for (const long width : {1L, 2L, 31L, 32L, 33L, 100L}) {

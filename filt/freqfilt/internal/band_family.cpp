@@ -2,8 +2,6 @@
 
 #include "filt/internal/numerics.h"
 
-#include <cmath>
-
 long vf_BandSupport(double sigma, double plateau, long width) {
     const double n = static_cast<double>(width);
     return vf_SupportSize(4.0 * (sigma * n) + plateau * n + 0.05 * n);
@@ -25,7 +23,7 @@ void vf_SampleProfile(double sigma, double plateau, long width, const vx_FilterK
         if (d < 0.0) {
             d = 0.0;
         }
-        entry = static_cast<float>(kind.gain(std::exp(d * d * k)));
+        entry = kind.gainAt(d * d * k);
         i += 1.0;
     }
 }

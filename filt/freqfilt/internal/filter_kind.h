@@ -4,6 +4,8 @@
 
 #include "filt/internal/messages.h"
 
+#include <cmath>
+
 /// What becomes of the samples that no gain of the table reaches.
 enum class vx_Outside { zero, keep };
 
@@ -15,6 +17,12 @@ struct vx_FilterKind {
     vx_Outside outside;
     vx_DcSquareRule dcSquare;
     const char* negativeRadius; // The message for a negative radius of the square around DC.
+
+    /// The gain where the lobe has the height exp(exponent).
+    [[nodiscard]] float gainAt(double exponent) const {
+        // exp(0) is exactly 1; the flat top needs no evaluation.
+        return static_cast<float>(gain(exponent == 0.0 ? 1.0 : std::exp(exponent)));
+    }
 };
 
 inline constexpr vx_FilterKind vx_Pass = {

@@ -221,6 +221,25 @@ TEST(MapImage, matchesTheTranscription) {
     }
 }
 
+// Rows longer than any block or number of lanes, with at most one pel that is not ordinary.
+TEST(MapImage, matchesTheTranscriptionForLongRows) {
+    std::mt19937 random(2);
+    const double special[] = {nan, infinity, -infinity, 1e300, -1e20, 2147483648.0, -5.0, -0.0, 5e-324};
+    for (int round = 0; round < 2000; ++round) {
+        std::vector<double> pels(1 + random() % 600);
+        for (double& pel : pels) {
+            pel = std::uniform_real_distribution<double>(round % 2 == 0 ? 0.0 : -300.0, 300.0)(random);
+        }
+        if (round % 3 != 0) {
+            pels[random() % pels.size()] = special[random() % std::size(special)];
+        }
+        const int mapping = static_cast<int>(random() % 5);
+        ASSERT_EQ(mapped(pels, static_cast<Defs::FrequencyMapping>(mapping), -20.0, 200.0),
+                  oracle::mapImage(pels, mapping, -20.0, 200.0))
+            << "round " << round << " mapping " << mapping;
+    }
+}
+
 TEST(MapImage, failingAllocationsLeakNothing) {
     const vxPelBuffer<double> source(8, 8);
     for (int mapping = 0; mapping <= 5; ++mapping) {
