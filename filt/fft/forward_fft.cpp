@@ -3,7 +3,6 @@
 #include "filt/fft/internal/periodic_copy.h"
 #include "filt/fft/internal/transformable.h"
 #include "filt/fft/kernels/instruction_sets.h"
-#include "filt/fft/kernels/kernels.h"
 #include "filt/internal/numerics.h"
 #include "kavstd/attention.h"
 
@@ -110,10 +109,9 @@ void vfForwardFFT(const vxPelBuffer_const<T>& real, const vxPelBuffer_const<T>& 
 void vfForwardFFT(const vxFrequencyBuffer& source, vxFrequencyBuffer& destination) {
     Access::requireSamples(source);
     vf_RequireKernelSize(source);
-    destination = source;
+    vf_TransformCopy(source, destination, 1, vf_EveryRow(source));
     Access::inverseComputed(destination, false);
     Access::masked(destination, 0);
-    vf_ComplexFFT2D(Access::data(destination), Access::size(destination), 1, 0, Access::height(destination));
 }
 
 template void vfForwardFFT(const vxPelBuffer_const<unsigned char>&, vxFrequencyBuffer&);

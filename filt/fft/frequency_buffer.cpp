@@ -1,6 +1,5 @@
 #include "filt/fft/frequency_buffer.h"
 
-#include "filt/internal/aligned_storage.h"
 #include "filt/internal/centred.h"
 #include "filt/internal/clear_padding.h"
 #include "filt/internal/convert.h"
@@ -291,8 +290,8 @@ void vxFrequencyBuffer::setAndAllocate(long width, long height) {
 }
 
 void vxFrequencyBuffer::allocate() {
-    storage_.resize(floatCount(width_, height_) + spareFloats);
-    data_ = vf_AlignedStart(storage_);
+    storage_.resize(floatCount(width_, height_));
+    data_ = storage_.data();
 }
 
 void vxFrequencyBuffer::swap(vxFrequencyBuffer& other) noexcept {

@@ -2,6 +2,7 @@
 /// The complex spectrum of an image.
 #pragma once
 
+#include "filt/fft/cache_line_allocator.h"
 #include "filt/fft/errors.h"
 #include "kavstd/archive.h"
 #include "kavstd/pair.h"
@@ -119,8 +120,8 @@ private:
     long maskedMaxy_ = 0;
     vx2XformCache xformCache_;
     vxPair<long> offset_;
-    std::vector<float> storage_;
-    float* data_ = nullptr; // First sample, 16-byte aligned within storage_; null when uninitialized.
+    std::vector<float, vx_CacheLineAllocator<float>> storage_;
+    float* data_ = nullptr; // First sample; null when uninitialized, whatever storage_ still holds.
     bool inverseComputed_ = false;
 };
 

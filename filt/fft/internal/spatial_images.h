@@ -12,11 +12,12 @@ inline const float* vf_SampleRow(const vxFrequencyBuffer& buffer, long y) {
     return vx_FrequencyBufferAccess::data(buffer) + 2 * vx_FrequencyBufferAccess::width(buffer) * y;
 }
 
-/// An image of the source's size, offset and client transform. A source size below 1 gives an unbound image.
+/// An image of the source's size, offset and client transform, its pels to be written. A source size below 1
+/// gives an unbound image.
 template <vx_Pel T>
-vxPelBuffer<T> vf_EmptyImageOf(const vxFrequencyBuffer& buffer) {
-    vxPelBuffer<T> image(vx_FrequencyBufferAccess::sourceWidth(buffer),
-                         vx_FrequencyBufferAccess::sourceHeight(buffer), 32);
+vxPelBuffer<T> vf_UnsetImageOf(const vxFrequencyBuffer& buffer) {
+    vxPelBuffer<T> image = vxPelBuffer<T>::unset(vx_FrequencyBufferAccess::sourceWidth(buffer),
+                                                 vx_FrequencyBufferAccess::sourceHeight(buffer), 32);
     image.offset(vx_FrequencyBufferAccess::offset(buffer));
     image.copyXforms(vx_FrequencyBufferAccess::xformCache(buffer));
     return image;
@@ -25,7 +26,7 @@ vxPelBuffer<T> vf_EmptyImageOf(const vxFrequencyBuffer& buffer) {
 /// That image with each pel valueOf(real, imaginary) of its sample.
 template <vx_Pel T, class ValueOf>
 vxPelBuffer<T> vf_ImageOf(const vxFrequencyBuffer& spatial, ValueOf valueOf) {
-    vxPelBuffer<T> image = vf_EmptyImageOf<T>(spatial);
+    vxPelBuffer<T> image = vf_UnsetImageOf<T>(spatial);
     for (long y = 0; y < image.height(); ++y) {
         const float* samples = vf_SampleRow(spatial, y);
         T* pels = vf_PelRow(image, y);

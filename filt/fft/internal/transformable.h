@@ -3,7 +3,8 @@
 /// transforms.
 #pragma once
 
-#include "filt/fft/kernels/kernel_table.h"
+#include "filt/fft/kernels/instruction_sets.h"
+#include "filt/fft/kernels/kernels.h"
 #include "filt/internal/buffer_access.h"
 #include "filt/internal/messages.h"
 
@@ -23,13 +24,56 @@ inline void vf_RequireKernelSize(const vxFrequencyBuffer& buffer) {
     }
 }
 
+/// The buffer's samples as the kernels take them. Writable even through a const buffer.
+inline vx_Plane vf_PlaneOf(const vxFrequencyBuffer& buffer) {
+    return vf_PlaneOf(vx_FrequencyBufferAccess::data(buffer), vx_FrequencyBufferAccess::size(buffer));
+}
+
+/// The rows of a spectrum that are not zero, as far as the buffer knows.
+struct vx_NonzeroRows {
+    long low;
+    long high;
+};
+
+inline vx_NonzeroRows vf_EveryRow(const vxFrequencyBuffer& buffer) {
+    return {0, vx_FrequencyBufferAccess::height(buffer)};
+}
+
+inline vx_NonzeroRows vf_NonzeroRows(const vxFrequencyBuffer& buffer) {
+    if (vx_FrequencyBufferAccess::masked(buffer) == 0) {
+        return vf_EveryRow(buffer);
+    }
+    return {vx_FrequencyBufferAccess::maskedMiny(buffer), vx_FrequencyBufferAccess::maskedMaxy(buffer)};
+}
+
+inline void vf_TransformInPlace(vxFrequencyBuffer& buffer, int direction, const vx_NonzeroRows& rows) {
+    vf_ComplexFFT2D(vx_FrequencyBufferAccess::data(buffer), vx_FrequencyBufferAccess::size(buffer), direction,
+                    rows.low, rows.high);
+}
+
+/// Whether a copy has the buffer's size. That of a loaded or a cropped buffer, which is derived again from
+/// the source size, may have another; InvalidSize when it is too large.
+inline bool vf_CopyKeepsSize(const vxFrequencyBuffer& buffer) {
+    return vx_FrequencyBufferAccess::copySize(buffer) == vx_FrequencyBufferAccess::size(buffer);
+}
+
+/// Makes `result` what transforming a copy of `source` in place makes of the copy. They may be one.
+inline void vf_TransformCopy(const vxFrequencyBuffer& source, vxFrequencyBuffer& result, int direction,
+                             const vx_NonzeroRows& rows) {
+    if (&source == &result || !vf_CopyKeepsSize(source)) {
+        result = source;
+        vf_TransformInPlace(result, direction, rows);
+        return;
+    }
+    vx_FrequencyBufferAccess::takeState(result, source);
+    const vx_Plane plane = vf_PlaneOf(result);
+    vf_KernelsFor(vx_FrequencyBufferAccess::size(source))
+        .complex(vx_FrequencyBufferAccess::data(source), plane, direction,
+                 {rows.low, rows.high, plane.height});
+}
+
 /// For an inverse that is not in place: it reads the buffer, from as many threads as like, and never writes
 /// to it.
 inline vxFrequencyBuffer& vf_ReadOnly(const vxFrequencyBuffer& buffer) {
     return const_cast<vxFrequencyBuffer&>(buffer);
-}
-
-/// The buffer's samples as the kernels take them. Writable even through a const buffer.
-inline vx_Plane vf_PlaneOf(const vxFrequencyBuffer& buffer) {
-    return vf_PlaneOf(vx_FrequencyBufferAccess::data(buffer), vx_FrequencyBufferAccess::size(buffer));
 }

@@ -34,6 +34,10 @@ inline vx_Floats<n> operator-(const vx_Floats<n>& a, const vx_Floats<n>& b) noex
     return vf_EachLane<n>([&](std::size_t i) { return a.lane[i] - b.lane[i]; });
 }
 template <std::size_t n>
+inline vx_Floats<n> operator-(const vx_Floats<n>& a, float b) noexcept {
+    return vf_EachLane<n>([&](std::size_t i) { return a.lane[i] - b; });
+}
+template <std::size_t n>
 inline vx_Floats<n> operator-(const vx_Floats<n>& a) noexcept {
     return vf_EachLane<n>([&](std::size_t i) { return -a.lane[i]; });
 }
@@ -71,10 +75,16 @@ struct vx_ArrayLanes {
     static V sqrt(const V& v) noexcept {
         return vf_EachLane<n>([&](std::size_t i) { return std::sqrt(v.lane[i]); });
     }
+    /// The first `pels` lanes as integers.
     template <class T>
-    static void storeLowBits(T* to, const V& v) noexcept {
-        for (std::size_t i = 0; i < n; ++i) {
+    static void storeLowBits(T* to, const V& v, std::size_t pels) noexcept {
+        for (std::size_t i = 0; i < pels; ++i) {
             to[i] = vf_LowBits<T>(static_cast<double>(v.lane[i]));
+        }
+    }
+    static void storeWidened(double* to, const V& v, std::size_t pels) noexcept {
+        for (std::size_t i = 0; i < pels; ++i) {
+            to[i] = static_cast<double>(v.lane[i]);
         }
     }
 };

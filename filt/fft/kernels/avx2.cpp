@@ -25,7 +25,30 @@ struct Lanes : vx_X86Lanes<Lanes, Vector> {
                                _mm256_cvtpd_ps(_mm256_loadu_pd(pels)));
     }
     static V sqrt(V v) noexcept { return _mm256_sqrt_ps(v); }
-    static __m256i truncated(V v) noexcept { return _mm256_cvttps_epi32(v); }
+    static bool fitIntegers(V v) noexcept {
+        const V limit = _mm256_set1_ps(0x1p31F);
+        const V below = _mm256_cmp_ps(v, limit, _CMP_LT_OQ);
+        const V above = _mm256_cmp_ps(v, -limit, _CMP_GE_OQ);
+        return _mm256_movemask_ps(_mm256_and_ps(below, above)) == 0xff;
+    }
+    static void narrow(V v, unsigned char* pels) noexcept {
+        const __m128i shorts = lowShorts(v);
+        const __m128i low = _mm_and_si128(shorts, _mm_set1_epi16(0xff));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(pels), _mm_packus_epi16(low, low));
+    }
+    static void narrow(V v, unsigned short* pels) noexcept {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(pels), lowShorts(v));
+    }
+    static void widen(V v, double* pels) noexcept {
+        _mm256_storeu_pd(pels, _mm256_cvtps_pd(_mm256_castps256_ps128(v)));
+        _mm256_storeu_pd(pels + 4, _mm256_cvtps_pd(_mm256_extractf128_ps(v, 1)));
+    }
+
+private:
+    static __m128i lowShorts(V v) noexcept {
+        const __m256i low = _mm256_and_si256(_mm256_cvttps_epi32(v), _mm256_set1_epi32(0xffff));
+        return _mm_packus_epi32(_mm256_castsi256_si128(low), _mm256_extracti128_si256(low, 1));
+    }
 };
 } // namespace
 

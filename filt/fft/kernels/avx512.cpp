@@ -28,9 +28,26 @@ struct Lanes : vx_X86Lanes<Lanes, Vector> {
         return _mm512_maskz_insertf32x8(everyLane, low, eightOf(pels + 8), 1);
     }
     static V sqrt(V v) noexcept { return _mm512_maskz_sqrt_ps(everyLane, v); }
-    static __m512i truncated(V v) noexcept { return _mm512_maskz_cvttps_epi32(everyLane, v); }
+    static bool fitIntegers(V v) noexcept {
+        const V limit = _mm512_set1_ps(0x1p31F);
+        const __mmask16 below = _mm512_cmp_ps_mask(v, limit, _CMP_LT_OQ);
+        return _mm512_mask_cmp_ps_mask(below, v, -limit, _CMP_GE_OQ) == everyLane;
+    }
+    static void narrow(V v, unsigned char* pels) noexcept {
+        _mm512_mask_cvtepi32_storeu_epi8(pels, everyLane, truncated(v));
+    }
+    static void narrow(V v, unsigned short* pels) noexcept {
+        _mm512_mask_cvtepi32_storeu_epi16(pels, everyLane, truncated(v));
+    }
+    static void widen(V v, double* pels) noexcept {
+        float room[count];
+        std::memcpy(room, &v, sizeof room);
+        _mm512_storeu_pd(pels, _mm512_maskz_cvtps_pd(0xff, _mm256_loadu_ps(room)));
+        _mm512_storeu_pd(pels + 8, _mm512_maskz_cvtps_pd(0xff, _mm256_loadu_ps(room + 8)));
+    }
 
 private:
+    static __m512i truncated(V v) noexcept { return _mm512_maskz_cvttps_epi32(everyLane, v); }
     static V fromIntegers(__m512i integers) noexcept { return _mm512_maskz_cvtepi32_ps(everyLane, integers); }
     static __m256 eightOf(const double* pels) noexcept {
         return _mm512_maskz_cvtpd_ps(0xff, _mm512_loadu_pd(pels));

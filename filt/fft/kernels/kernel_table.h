@@ -22,6 +22,14 @@ inline vx_Plane vf_PlaneOf(float* data, const vxPair<long>& size) noexcept {
     return {data, static_cast<std::size_t>(size.x()), static_cast<std::size_t>(size.y())};
 }
 
+/// From the magnitude of a spatial sample to the value of its pel: (magnitude * scale - low) * gain, in this
+/// order. Without a stretch, low = 0 and gain = 1 change nothing.
+struct vx_PelScale {
+    float scale;
+    float low = 0.0F;
+    float gain = 1.0F;
+};
+
 enum class vx_InstructionSet { portable, sse2, avx2, avx512 };
 
 /// Transforms from and to images of pels T.
@@ -34,9 +42,12 @@ struct vx_PelKernels {
     void (*forwardPair)(const vxPelBuffer_const<T>& real, const vxPelBuffer_const<T>& imaginary,
                         const vx_Plane& spectrum);
 
-    /// The scaled magnitudes of the inverse of a spectrum, which stays as it is, as pels.
-    void (*inverseMagnitude)(const vx_Plane& spectrum, const vx_RowBand& band, float scale,
+    /// The magnitudes of the inverse of a spectrum, which stays as it is, as pels.
+    void (*inverseMagnitude)(const vx_Plane& spectrum, const vx_RowBand& band, const vx_PelScale& scale,
                              const vxPelBuffer<T>& image);
+
+    /// The magnitudes of `count` spatial samples as pels.
+    void (*magnitudes)(const float* samples, std::size_t count, const vx_PelScale& scale, T* pels);
 };
 
 struct vx_Kernels {

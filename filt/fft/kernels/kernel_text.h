@@ -21,7 +21,7 @@ void vf_ForwardPairKernel(const vxPelBuffer_const<T>& real, const vxPelBuffer_co
 }
 
 template <class L, vx_Pel T>
-void vf_InverseMagnitudeKernel(const vx_Plane& spectrum, const vx_RowBand& band, float scale,
+void vf_InverseMagnitudeKernel(const vx_Plane& spectrum, const vx_RowBand& band, const vx_PelScale& scale,
                                const vxPelBuffer<T>& image) {
     const vx_OwnRecords<L> records(spectrum.width, spectrum.height);
     vf_ComplexTransform<L, -1>(vx_SampleRows(spectrum.data, spectrum.width), records, spectrum.width,
@@ -48,7 +48,8 @@ void vf_ComplexKernel(const float* source, const vx_Plane& plane, int direction,
 
 template <class L, vx_Pel T>
 constexpr vx_PelKernels<T> vf_PelKernels() {
-    return {vf_ForwardKernel<L, T>, vf_ForwardPairKernel<L, T>, vf_InverseMagnitudeKernel<L, T>};
+    return {vf_ForwardKernel<L, T>, vf_ForwardPairKernel<L, T>, vf_InverseMagnitudeKernel<L, T>,
+            vf_MagnitudesKernel<L, T>};
 }
 
 template <class L>

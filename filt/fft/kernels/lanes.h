@@ -90,9 +90,13 @@ struct vx_Patterns {
     struct Deinterleave {
         static constexpr std::size_t lane(std::size_t i) { return 2 * i + odd; }
     };
-    // The lanes of a in reverse.
-    struct Reverse {
-        static constexpr std::size_t lane(std::size_t i) { return N - 1 - i; }
+    // The same with a and b in reverse: ... a1 b1 a0 b0.
+    template <std::size_t half>
+    struct InterleaveReversed {
+        static constexpr std::size_t lane(std::size_t i) {
+            const std::size_t place = i + half * N;
+            return N - 1 - place / 2 + place % 2 * N;
+        }
     };
 };
 

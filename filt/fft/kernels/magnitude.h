@@ -3,20 +3,33 @@
 /// the complex image in between.
 #pragma once
 
+#include "filt/fft/kernels/kernel_table.h"
 #include "filt/fft/kernels/split_radix.h"
-#include "filt/internal/convert.h"
-#include "filt/internal/pel_row.h"
 #include "kavstd/pelbuffer.h"
 
 #include <algorithm>
 #include <concepts>
 #include <cstddef>
 
+/// The pels of some spatial samples; the first `pels` lanes are stored.
+template <class L, vx_Pel T>
+[[gnu::always_inline]] inline void vf_StoreMagnitudes(T* to, typename L::V re, typename L::V im,
+                                                      const vx_PelScale& scale, std::size_t pels) noexcept {
+    const typename L::V magnitude = L::sqrt(re * re + im * im) * scale.scale;
+    const typename L::V value = (magnitude - scale.low) * scale.gain;
+    // Integers are rounded and their low bits kept: a magnitude above the pel range wraps, it is not clamped.
+    if constexpr (std::integral<T>) {
+        L::storeLowBits(to, value + 0.5F, pels);
+    } else {
+        L::storeWidened(to, value, pels);
+    }
+}
+
 /// Takes the columns of a spatial image, of which the pels of the result are in use.
 template <class L, vx_Pel T>
 class vx_MagnitudeColumns {
 public:
-    vx_MagnitudeColumns(const vxPelBuffer<T>& image, float scale) noexcept
+    vx_MagnitudeColumns(const vxPelBuffer<T>& image, const vx_PelScale& scale) noexcept
         : first_(image.pointToOffset())
         , step_(image.rowUpdate())
         , width_(static_cast<std::size_t>(image.width()))
@@ -26,43 +39,41 @@ public:
     /// The store of the columns from `column` on.
     [[nodiscard]] auto from(std::size_t column) const noexcept {
         const std::size_t pels = column < width_ ? std::min(width_ - column, L::count) : 0;
-        return [ *this, column, pels ](std::size_t v, const vx_LaneSample<L>& x)
+        // No row has a pel where no column has one.
+        const std::size_t height = pels == 0 ? 0 : height_;
+        T* const first = first_ + column;
+        return [ first, step = step_, height, pels, scale = scale_ ](std::size_t v, const vx_LaneSample<L>& x)
             __attribute__((always_inline)) {
-            if (v < height_ && pels > 0) {
-                T* const to = first_ + static_cast<std::ptrdiff_t>(v) * step_ + column;
-                const typename L::V magnitude = L::sqrt(x.re * x.re + x.im * x.im) * scale_;
-                if (pels == L::count) {
-                    store(to, magnitude);
-                } else {
-                    T room[L::count];
-                    store(room, magnitude);
-                    for (std::size_t i = 0; i < L::count; ++i) {
-                        if (i < pels) {
-                            to[i] = room[i];
-                        }
-                    }
-                }
+            if (v < height) {
+                vf_StoreMagnitudes<L>(first + static_cast<std::ptrdiff_t>(v) * step, x.re, x.im, scale, pels);
             }
         };
     }
 
 private:
-    // Integers are rounded and their low bits kept: a magnitude above the pel range wraps, it is not clamped.
-    static void store(T* to, typename L::V magnitude) noexcept {
-        if constexpr (std::integral<T>) {
-            L::storeLowBits(to, magnitude + 0.5F);
-        } else {
-            float room[L::count];
-            L::store(room, magnitude);
-            for (std::size_t i = 0; i < L::count; ++i) {
-                to[i] = static_cast<double>(room[i]);
-            }
-        }
-    }
-
     T* first_;
     long step_;
     std::size_t width_;
     std::size_t height_;
-    float scale_;
+    vx_PelScale scale_;
 };
+
+/// The magnitudes of `count` interleaved samples.
+template <class L, vx_Pel T>
+void vf_MagnitudesKernel(const float* samples, std::size_t count, const vx_PelScale& scale, T* pels) {
+    constexpr std::size_t N = L::count;
+    using P = vx_Patterns<L>;
+    float room[2 * N] = {};
+    for (std::size_t first = 0; first < count; first += N) {
+        const std::size_t lanes = std::min(count - first, N);
+        const float* from = samples + 2 * first;
+        if (lanes < N) {
+            std::copy_n(from, 2 * lanes, room);
+            from = room;
+        }
+        const typename L::V a = L::load(from);
+        const typename L::V b = L::load(from + N);
+        vf_StoreMagnitudes<L>(pels + first, L::template shuffle<typename P::template Deinterleave<0>>(a, b),
+                              L::template shuffle<typename P::template Deinterleave<1>>(a, b), scale, lanes);
+    }
+}

@@ -84,9 +84,15 @@ void vf_LoadRows(const Source& source, std::size_t firstRow, std::size_t samples
     for (std::size_t first = 0; first < samples; first += N) {
         vx_Block<L> a;
         vx_Block<L> b;
-        vf_Unrolled<N>([&](auto i) __attribute__((always_inline)) {
-            source.template read<L>(firstRow + i, first, a[i], b[i]);
-        });
+        if (source.template isInside<L>(firstRow, first)) {
+            vf_Unrolled<N>([&](auto i) __attribute__((always_inline)) {
+                source.template readInside<L>(firstRow + i, first, a[i], b[i]);
+            });
+        } else {
+            for (std::size_t i = 0; i < N; ++i) {
+                source.template read<L>(firstRow + i, first, a[i], b[i]);
+            }
+        }
         vf_TransposeBlock<L>(a);
         vf_TransposeBlock<L>(b);
         vf_Unrolled<N>([&](auto i) __attribute__((always_inline)) {
@@ -263,6 +269,14 @@ template <class L>
     L::store(to + L::count, L::template shuffle<typename P::template Interleave<1>>(re, im));
 }
 
+/// The same with the last lane first.
+template <class L>
+[[gnu::always_inline]] inline void vf_StoreReversed(float* to, typename L::V re, typename L::V im) noexcept {
+    using P = vx_Patterns<L>;
+    L::store(to, L::template shuffle<typename P::template InterleaveReversed<0>>(re, im));
+    L::store(to + L::count, L::template shuffle<typename P::template InterleaveReversed<1>>(re, im));
+}
+
 /// Puts the columns of a complex transform where their records were.
 template <class L, int direction>
 class vx_SpectrumColumns {
@@ -288,7 +302,6 @@ private:
 template <class L, int direction>
 void vf_RealColumnPass(const vx_Plane& plane, const vx_Twiddles& twiddles, vx_LaneSample<L>* tile) {
     constexpr std::size_t N = L::count;
-    using P = vx_Patterns<L>;
     const std::size_t width = plane.width;
     const std::size_t height = plane.height;
     const vx_PlaneRecords<L> records(plane);
@@ -304,20 +317,16 @@ void vf_RealColumnPass(const vx_Plane& plane, const vx_Twiddles& twiddles, vx_La
                                to[1] = room[0];
                            });
     for (std::size_t column = 0; column < width / 2; column += N) {
-        // Columns width - column - N + 1 .. width - column; column 0 has no mirror image.
-        const std::size_t mirror = 2 * (width - column - N + 1);
-        const std::size_t mirrored = column == 0 ? 2 * N - 2 : 2 * N;
         const auto store = [&](std::size_t v, const vx_LaneSample<L>& x) __attribute__((always_inline)) {
             const vx_LaneSample<L> y = vf_Directed<L, direction>(x.re, x.im);
             vf_StoreInterleaved<L>(plane.row(v) + 2 * column, y.re, y.im);
-            float* to = plane.row(v == 0 ? 0 : height - v) + mirror;
-            const typename L::V re = L::template shuffle<typename P::Reverse>(y.re, y.re);
-            const typename L::V im = L::template shuffle<typename P::Reverse>(-y.im, y.im);
-            if (mirrored == 2 * N) {
-                vf_StoreInterleaved<L>(to, re, im);
+            // Columns width - column - N + 1 .. width - column; column 0 has no mirror image.
+            float* to = plane.row(v == 0 ? 0 : height - v) + 2 * (width - column - N + 1);
+            if (column != 0) {
+                vf_StoreReversed<L>(to, y.re, -y.im);
             } else {
                 float room[2 * N];
-                vf_StoreInterleaved<L>(room, re, im);
+                vf_StoreReversed<L>(room, y.re, -y.im);
                 std::copy_n(room, 2 * N - 2, to);
             }
         };

@@ -26,7 +26,25 @@ struct Lanes : vx_X86Lanes<Lanes, Vector> {
         return _mm_movelh_ps(_mm_cvtpd_ps(_mm_loadu_pd(pels)), _mm_cvtpd_ps(_mm_loadu_pd(pels + 2)));
     }
     static V sqrt(V v) noexcept { return _mm_sqrt_ps(v); }
-    static __m128i truncated(V v) noexcept { return _mm_cvttps_epi32(v); }
+    static bool fitIntegers(V v) noexcept {
+        const V limit = _mm_set1_ps(0x1p31F);
+        return _mm_movemask_ps(_mm_and_ps(_mm_cmplt_ps(v, limit), _mm_cmpge_ps(v, -limit))) == 0xf;
+    }
+    static void narrow(V v, unsigned char* pels) noexcept {
+        const __m128i low = _mm_and_si128(_mm_cvttps_epi32(v), _mm_set1_epi32(0xff));
+        const __m128i bytes = _mm_packus_epi16(_mm_packs_epi32(low, low), low);
+        const std::int32_t four = _mm_cvtsi128_si32(bytes);
+        std::memcpy(pels, &four, sizeof four);
+    }
+    static void narrow(V v, unsigned short* pels) noexcept {
+        // Sign extended, the low halves survive signed saturation.
+        const __m128i low = _mm_srai_epi32(_mm_slli_epi32(_mm_cvttps_epi32(v), 16), 16);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(pels), _mm_packs_epi32(low, low));
+    }
+    static void widen(V v, double* pels) noexcept {
+        _mm_storeu_pd(pels, _mm_cvtps_pd(v));
+        _mm_storeu_pd(pels + 2, _mm_cvtps_pd(_mm_movehl_ps(v, v)));
+    }
 
 private:
     static V fromShorts(__m128i shorts) noexcept {

@@ -5,40 +5,47 @@
 #include "filt/fft/kernels/lanes.h"
 #include "filt/internal/convert.h"
 
+#include <algorithm>
 #include <cstddef>
-#include <cstdint>
 
-/// `Set` adds load() from pels, sqrt(V) and truncated(V), a vector of 32-bit integers.
+/// `Set` adds load() from pels; sqrt(V); fitIntegers(V), whether all lanes fit 32-bit integers; narrow(V,
+/// pels) for both kinds of integers, which truncates to 32 bits and then to the pel; and widen(V, double*).
 template <class Set, class Vector>
 struct vx_X86Lanes : vx_VectorLanes<Set, Vector> {
     using Base = vx_VectorLanes<Set, Vector>;
 
-    // A float of 2^31 or more is a multiple of 256, and so is the lowest integer.
-    static void storeLowBits(unsigned char* to, Vector v) noexcept { storeNarrow(to, Set::truncated(v)); }
-
-    static void storeLowBits(unsigned short* to, Vector v) noexcept {
-        float room[Base::count];
-        Base::store(room, v);
-        bool fits = true;
-        for (const float value : room) {
-            fits = fits && value < 0x1p31F;
-        }
-        if (fits) {
-            return storeNarrow(to, Set::truncated(v));
-        }
-        for (std::size_t i = 0; i < Base::count; ++i) {
-            to[i] = vf_LowBits<unsigned short>(static_cast<double>(room[i]));
-        }
+    /// The first `pels` lanes as integers.
+    static void storeLowBits(unsigned char* to, Vector v, std::size_t pels) noexcept {
+        // A float that does not fit is a multiple of 256 (or no number), and so is the lowest integer.
+        store(to, pels, [v](unsigned char* all) { Set::narrow(v, all); });
+    }
+    static void storeLowBits(unsigned short* to, Vector v, std::size_t pels) noexcept {
+        store(to, pels, [v](unsigned short* all) {
+            if (Set::fitIntegers(v)) {
+                Set::narrow(v, all);
+            } else {
+                float room[Base::count];
+                Base::store(room, v);
+                std::transform(room, room + Base::count, all,
+                               [](float x) { return vf_LowBits<unsigned short>(static_cast<double>(x)); });
+            }
+        });
+    }
+    static void storeWidened(double* to, Vector v, std::size_t pels) noexcept {
+        store(to, pels, [v](double* all) { Set::widen(v, all); });
     }
 
+    using Base::store;
+
 private:
-    template <class T, class Integers>
-    static void storeNarrow(T* to, Integers integers) noexcept {
-        std::uint32_t room[Base::count];
-        static_assert(sizeof room == sizeof integers);
-        std::memcpy(room, &integers, sizeof room);
-        for (std::size_t i = 0; i < Base::count; ++i) {
-            to[i] = static_cast<T>(room[i]);
+    template <class T, class StoreAll>
+    static void store(T* to, std::size_t pels, StoreAll storeAll) noexcept {
+        if (pels == Base::count) {
+            storeAll(to);
+        } else {
+            T room[Base::count];
+            storeAll(room);
+            std::copy_n(room, std::min(pels, Base::count), to);
         }
     }
 };

@@ -1,0 +1,29 @@
+/// \file
+/// Memory that starts with a cache line, for arrays that are read in wide vectors.
+#pragma once
+
+#include <cstddef>
+#include <new>
+
+/// An allocator of elements from a multiple of 64 bytes on.
+template <class T>
+struct vx_CacheLineAllocator {
+    using value_type = T;
+
+    vx_CacheLineAllocator() noexcept = default;
+    template <class U>
+    vx_CacheLineAllocator(const vx_CacheLineAllocator<U>& /*other*/) noexcept {}
+
+    [[nodiscard]] T* allocate(std::size_t count) {
+        return static_cast<T*>(::operator new(count * sizeof(T), alignment));
+    }
+    void deallocate(T* elements, std::size_t /*count*/) noexcept { ::operator delete(elements, alignment); }
+
+    template <class U>
+    [[nodiscard]] bool operator==(const vx_CacheLineAllocator<U>& /*other*/) const noexcept {
+        return true;
+    }
+
+private:
+    static constexpr std::align_val_t alignment{64};
+};
