@@ -107,6 +107,22 @@ std::vector<std::string> opponents(const std::vector<JobLine>& lines) {
     return names;
 }
 
+/// What the masked band of a Gabor result saves.
+std::string tableOfGabor(const std::vector<JobLine>& lines) {
+    Table table({"size", "B / G"});
+    for (const Size& size : sizesOf(lines)) {
+        const JobLine* const band = find(lines, Job::bandPass, size);
+        const JobLine* const gabor = find(lines, Job::gabor, size);
+        if (band != nullptr && gabor != nullptr) {
+            const double ratio =
+                band->standings.front().seconds.median / gabor->standings.front().seconds.median;
+            table.add({text(size), number(ratio)});
+        }
+    }
+    return "Time of our B divided by that of our G, whose lobe covers a quarter of the rows:\n\n" +
+           table.text();
+}
+
 std::string jobTables(const Results& results) {
     std::string result = "## Whole jobs\n\n";
     for (const JobInfo& job : jobs()) {
@@ -123,7 +139,9 @@ std::string jobTables(const Results& results) {
             const double samples = static_cast<double>(line.padded.width * line.padded.height);
             return number(line.standings.front().seconds.median * 1e9 / samples);
         });
-    result += "Bytes allocated by a job, by the size of its spectrum:\n\n" +
+    result += tableOfGabor(results.jobs);
+    result += "Bytes allocated by the first run of a job, whose buffers are new, divided by those of its "
+              "spectrum:\n\n" +
               tableOfJobs(results.jobs, [](const JobLine& line) {
                   const double spectrum = 8.0 * static_cast<double>(line.padded.width * line.padded.height);
                   return number(line.allocatedBytes / spectrum);
