@@ -1,4 +1,3 @@
-#include "bench/instruction_sets.h"
 #include "bench/peers.h"
 #include "bench/report.h"
 
@@ -21,10 +20,10 @@ std::string processor() {
 
 } // namespace
 
-std::vector<std::string> environment() {
-    std::vector<std::string> lines{
-        "Processor: " + processor() + ", instruction set taken: " + instructionSets().back() + "; one thread",
-        std::string("Compiler: g++ ") + __VERSION__ + ", Release"};
+std::vector<std::string> environment(const Results& results) {
+    std::vector<std::string> lines{"Processor: " + processor() +
+                                       ", instruction set taken: " + results.instructionSet + "; one thread",
+                                   std::string("Compiler: g++ ") + __VERSION__ + ", Release"};
     std::string versions;
     for (const Peer* const peer : peers()) {
         const std::string name = peer->name;

@@ -1,11 +1,10 @@
 // The file: by instruction set, by job or operation, by opponent, the least ratio.
 //
-//     { "avx512": { "F": { "portable": 3.2, "FFTW": 1.6 }, "real image": { "copy": 0.5 } } }
+//     { "AVX-512": { "F": { "portable": 3.2, "FFTW": 1.6 }, "real image": { "copy": 0.5 } } }
 //
 // A floor holds at every size that --quick measures. It lies well below what was measured, so that noise does
 // not fail.
 #include "bench/floors.h"
-#include "bench/instruction_sets.h"
 
 #include <nlohmann/json.hpp>
 
@@ -40,7 +39,7 @@ std::string checkFloors(const std::string& file, Results& results) {
         throw std::runtime_error("cannot read " + file);
     }
     const Json all = Json::parse(stream);
-    const std::string set = instructionSets().back();
+    const std::string& set = results.instructionSet;
     if (!all.contains(set)) {
         return "No floors are recorded for " + set + ".\n";
     }

@@ -1,8 +1,6 @@
 #include "bench/instruction_sets.h"
 
-#if __has_include("filt/fft/kernels/dispatch.h")
-
-#include "filt/fft/kernels/dispatch.h"
+#include "filt/fft/kernels/instruction_sets.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -34,21 +32,3 @@ Forced::Forced(const std::string& instructionSet) {
 Forced::~Forced() = default;
 
 } // namespace bench
-
-#else // One path so far.
-
-namespace bench {
-
-struct Forced::Guard {};
-
-std::vector<std::string> instructionSets() {
-    return {"portable"};
-}
-
-Forced::Forced(const std::string& /*instructionSet*/) {}
-
-Forced::~Forced() = default;
-
-} // namespace bench
-
-#endif

@@ -20,10 +20,9 @@ constexpr Size quickSizes[] = {{256, 256}, {1024, 1024}};
 constexpr Size setSizes[] = {{256, 256}, {1024, 1024}};
 constexpr Job setJobs[] = {Job::forward, Job::inverse, Job::bandPass};
 
-int rounds(const Size& size, bool quick) {
+int rounds(const Size& size) {
     const long pels = size.width * size.height;
-    const int full = pels <= 256L * 256L ? 41 : pels <= 512L * 512L ? 31 : pels <= 1024L * 1024L ? 21 : 11;
-    return quick ? full / 2 : full;
+    return pels <= 256L * 256L ? 41 : pels <= 512L * 512L ? 31 : pels <= 1024L * 1024L ? 21 : 11;
 }
 
 /// The scene of that size; the last one is kept, as jobs come size by size.
@@ -39,7 +38,11 @@ const Scene& sceneOf(const Size& size) {
 /// Contestants of one job, ours first; the results of the others were found to be ours.
 class Lineup {
 public:
-    Lineup(Job job, const Scene& scene) : job_(job), ours_(kavfiltTask(job, scene)) {
+    /// Ours by that instruction set or, empty, by the fastest one.
+    Lineup(Job job, const Scene& scene, const std::string& set) : job_(job), ours_(kavfiltTask(job, scene)) {
+        if (!set.empty()) {
+            ours_.run = forced(set, ours_.run);
+        }
         const std::size_t before = allocatedBytes();
         ours_.run();
         allocated_ = static_cast<double>(allocatedBytes() - before);
@@ -63,10 +66,7 @@ public:
     /// The library itself by another path, which must give the same bits.
     void addPath(const std::string& set, const Scene& scene, std::vector<std::string>& failures) {
         const Task task = kavfiltTask(job_, scene);
-        const auto run = [set, run = task.run] {
-            const Forced forced(set);
-            run();
-        };
+        const std::function<void()> run = forced(set, task.run);
         run();
         if (task.result() != expected_) {
             failures.push_back("The path for " + set + " gives other bits: " + info(job_).code);
@@ -80,6 +80,13 @@ public:
     [[nodiscard]] double allocated() const { return allocated_; }
 
 private:
+    static std::function<void()> forced(const std::string& set, const std::function<void()>& run) {
+        return [set, run] {
+            const Forced guard(set);
+            run();
+        };
+    }
+
     Job job_;
     Task ours_;
     std::vector<float> expected_;
@@ -88,11 +95,12 @@ private:
     double allocated_ = 0.0;
 };
 
-Lineup lineup(const JobInfo& job, const Scene& scene, bool quick, std::vector<std::string>& failures) {
-    Lineup result(job.job, scene);
+Lineup lineup(const JobInfo& job, const Scene& scene, const Options& options,
+              std::vector<std::string>& failures) {
+    Lineup result(job.job, scene, options.set);
     result.addPath("portable", scene, failures);
     for (const Peer* const peer : peers()) {
-        if (quick && peer != &fftw() && peer != &fftwReal()) {
+        if (options.quick && peer != &fftw() && peer != &fftwReal()) {
             continue;
         }
         if (const std::optional<Task> task = peer->task(job.job, scene)) {
@@ -104,7 +112,7 @@ Lineup lineup(const JobInfo& job, const Scene& scene, bool quick, std::vector<st
 
 /// Ours by the fastest instruction set, and by each slower one.
 Lineup lineupOfSets(const JobInfo& job, const Scene& scene, std::vector<std::string>& failures) {
-    Lineup result(job.job, scene);
+    Lineup result(job.job, scene, "");
     std::vector<std::string> sets = instructionSets();
     sets.pop_back();
     for (const std::string& set : sets) {
@@ -127,21 +135,19 @@ void run(benchmark::State& state, const JobInfo& job, const Scene& scene, const 
         {job.job, scene.source, scene.padded, standings, contestants.worst(), contestants.allocated()});
 }
 
-void add(const std::string& name, const Size& size, bool quick,
-         const std::function<void(benchmark::State&)>& function) {
+void add(const std::string& name, const Size& size, const std::function<void(benchmark::State&)>& function) {
     benchmark::RegisterBenchmark((name + "/" + text(size)).c_str(), function)
         ->UseManualTime()
         ->Unit(benchmark::kMicrosecond)
-        ->Iterations(rounds(size, quick));
+        ->Iterations(rounds(size));
 }
 
 void addJobsOf(const Size& size, const Options& options, Results& results) {
     for (const JobInfo& job : jobs()) {
-        add(job.code, size, options.quick,
-            [&job, size, quick = options.quick, &results](benchmark::State& state) {
-                const Scene& scene = sceneOf(size);
-                run(state, job, scene, lineup(job, scene, quick, results.failures), results.jobs);
-            });
+        add(job.code, size, [&job, size, options, &results](benchmark::State& state) {
+            const Scene& scene = sceneOf(size);
+            run(state, job, scene, lineup(job, scene, options, results.failures), results.jobs);
+        });
     }
 }
 
@@ -168,7 +174,7 @@ void addInstructionSets(const Options& options, Results& results) {
     }
     for (const Size& size : setSizes) {
         for (const Job job : setJobs) {
-            add(std::string("by set ") + info(job).code, size, false,
+            add(std::string("by set ") + info(job).code, size,
                 [job, size, &results](benchmark::State& state) {
                     const Scene& scene = sceneOf(size);
                     run(state, info(job), scene, lineupOfSets(info(job), scene, results.failures),

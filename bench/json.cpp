@@ -59,7 +59,7 @@ Json jsonOf(const std::vector<ThreadsLine>& lines) {
 } // namespace
 
 std::string json(const Results& results) {
-    const Json whole{{"environment", environment()},
+    const Json whole{{"environment", environment(results)},
                      {"jobs", jsonOf(results.jobs)},
                      {"instruction sets", jsonOf(results.instructionSets)},
                      {"operations", jsonOf(results.operations)},

@@ -1,6 +1,7 @@
 // The library side by side with its peers. scripts/bench builds and runs this; docs/performance.md says what
 // is measured and how.
 #include "bench/floors.h"
+#include "bench/instruction_sets.h"
 #include "bench/options.h"
 #include "bench/peers.h"
 #include "bench/report.h"
@@ -39,6 +40,7 @@ int run(int argc, char** argv) {
     }
     bench::loadFftwWisdom(options.wisdom, !options.quick);
     bench::Results results;
+    results.instructionSet = options.set.empty() ? bench::instructionSets().back() : options.set;
     bench::addJobs(options, results);
     bench::addInstructionSets(options, results);
     bench::addOperations(options, results);

@@ -219,7 +219,7 @@ std::string threadTables(const Results& results) {
 
 std::string markdown(const Results& results) {
     std::string result = "## Measured on\n\n";
-    for (const std::string& line : environment()) {
+    for (const std::string& line : environment(results)) {
         result += "- " + line + "\n";
     }
     return result + "\n" + jobTables(results) + instructionSetTables(results) + operationTables(results) +

@@ -20,7 +20,7 @@ bool take(Options& options, std::string_view argument) {
         options.quick = true;
         return true;
     }
-    return takeValue(argument, "--out=", options.output) ||
+    return takeValue(argument, "--set=", options.set) || takeValue(argument, "--out=", options.output) ||
            takeValue(argument, "--floors=", options.floors) ||
            takeValue(argument, "--wisdom=", options.wisdom);
 }

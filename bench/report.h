@@ -8,10 +8,10 @@
 
 namespace bench {
 
-/// What the figures belong to: "processor, compiler, versions of the peers", one per line.
-[[nodiscard]] std::vector<std::string> environment();
+/// What the figures belong to: processor and instruction set, compiler, versions of the peers.
+[[nodiscard]] std::vector<std::string> environment(const Results& results);
 
-/// The tables. `commentary` stands before them.
+/// The tables.
 [[nodiscard]] std::string markdown(const Results& results);
 /// Every measured figure.
 [[nodiscard]] std::string json(const Results& results);

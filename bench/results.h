@@ -37,6 +37,7 @@ struct ThreadsLine {
 };
 
 struct Results {
+    std::string instructionSet; ///< that the library took
     std::vector<JobLine> jobs;
     std::vector<JobLine> instructionSets; ///< the same jobs, ours by instruction set
     std::vector<BytesLine> operations;
