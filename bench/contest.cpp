@@ -1,9 +1,9 @@
 #include "bench/contest.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstddef>
+#include <ctime>
 #include <utility>
 
 namespace bench {
@@ -22,6 +22,35 @@ double quantile(const std::vector<double>& sorted, double part) {
     return sorted[below] * (1.0 - weight) + sorted[above] * weight;
 }
 
+double processorSeconds() {
+    timespec now{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
+}
+
+double timedOnce(const Contestant& contestant) {
+    contestant.prepare();
+    const double start = processorSeconds();
+    contestant.run();
+    return processorSeconds() - start;
+}
+
+/// Seconds per run. Without anything to prepare the clock, which takes its time, too, is read twice only.
+double timed(const Contestant& contestant, int runs) {
+    if (contestant.prepare) {
+        double sum = 0.0;
+        for (int i = 0; i < runs; ++i) {
+            sum += timedOnce(contestant);
+        }
+        return sum / runs;
+    }
+    const double start = processorSeconds();
+    for (int i = 0; i < runs; ++i) {
+        contestant.run();
+    }
+    return (processorSeconds() - start) / runs;
+}
+
 } // namespace
 
 Quartiles quartiles(std::vector<double> values) {
@@ -34,32 +63,19 @@ Quartiles quartiles(std::vector<double> values) {
 
 Contest::Contest(std::vector<Contestant> contestants) {
     for (Contestant& contestant : contestants) {
-        timeOnce(contestant); // First touch of its memory.
-        const double seconds = std::min(timeOnce(contestant), timeOnce(contestant));
+        timed(contestant, 1); // First touch of its memory.
+        const double seconds = std::min(timed(contestant, 1), timed(contestant, 1));
         const double wanted = std::ceil(turnSeconds / std::max(seconds, 1e-9));
         const int repeats = static_cast<int>(std::min<double>(wanted, mostRepeats));
         lanes_.push_back({std::move(contestant), repeats, seconds < shortSeconds, {}});
     }
 }
 
-double Contest::timeOnce(const Contestant& contestant) {
-    if (contestant.prepare) {
-        contestant.prepare();
-    }
-    const auto start = std::chrono::steady_clock::now();
-    contestant.run();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
 void Contest::turn(Lane& lane) {
     if (lane.warmUp) {
-        timeOnce(lane.contestant);
+        timed(lane.contestant, 1);
     }
-    double sum = 0.0;
-    for (int i = 0; i < lane.repeats; ++i) {
-        sum += timeOnce(lane.contestant);
-    }
-    lane.seconds.push_back(sum / lane.repeats);
+    lane.seconds.push_back(timed(lane.contestant, lane.repeats));
 }
 
 double Contest::round() {

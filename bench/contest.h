@@ -1,6 +1,7 @@
 /// \file
 /// Interleaved timing: ours, peer, peer, ours, ... in one run, so that a change of the machine's speed meets
-/// all alike.
+/// all alike. Times are the processor time of this process, all its threads together, so that other programs
+/// disturb little; nothing here waits for anything.
 #pragma once
 
 #include <functional>
@@ -46,7 +47,6 @@ private:
         bool warmUp = false;
         std::vector<double> seconds;
     };
-    static double timeOnce(const Contestant& contestant);
     static void turn(Lane& lane);
 
     std::vector<Lane> lanes_;

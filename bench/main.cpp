@@ -50,7 +50,9 @@ int run(int argc, char** argv) {
     }
     bench::saveFftwWisdom(options.wisdom);
     report(options, results);
-    if (options.quick) {
+    if (options.quick && options.record) {
+        bench::recordFloors(options.floors, results);
+    } else if (options.quick) {
         std::cout << bench::checkFloors(options.floors, results);
     }
     for (const std::string& failure : results.failures) {

@@ -20,6 +20,10 @@ bool take(Options& options, std::string_view argument) {
         options.quick = true;
         return true;
     }
+    if (argument == "--record") {
+        options.record = true;
+        return true;
+    }
     return takeValue(argument, "--set=", options.set) || takeValue(argument, "--out=", options.output) ||
            takeValue(argument, "--floors=", options.floors) ||
            takeValue(argument, "--wisdom=", options.wisdom);

@@ -8,6 +8,7 @@ namespace bench {
 
 struct Options {
     bool quick = false;       ///< each job at two sizes with FFTW and the portable path, against the floors
+    bool record = false;      ///< with quick: writes new floors instead of checking them
     std::string set;          ///< instruction set that the library takes; empty: the fastest one
     std::string output = "."; ///< folder of performance.md, .json and .svg
     std::string floors;       ///< file of the least ratios that --quick lets pass
