@@ -63,7 +63,8 @@ Task filtered(const vxPelBuffer<unsigned char>& source, const vxFrequencyFilter&
                 vfForwardFFT(source, *spectrum);
                 filter.apply(*spectrum);
                 *image = {};
-                vfInverseFFT(*spectrum, *image, false, true);
+                vfInverseFFT(*spectrum, *image, false,
+                             false); // In place the spatial samples would be kept, too.
             },
             [image] { return pelsOf(*image); }};
 }
