@@ -1,6 +1,5 @@
 #include "filt/fft/frequency_buffer.h"
 
-#include "filt/internal/aligned_storage.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -78,11 +77,6 @@ void vxFrequencyBuffer::adoptSamples(vxArchive& archive, std::vector<float>&& sa
     }
     if (samples.size() < count * 2 && count > unclaimedLimit) {
         archive.refuse("frequency buffer with fewer samples than its size");
-    }
-    if (samples.size() == count * 2 && vf_AlignedStart(samples) == samples.data()) {
-        storage_ = std::move(samples);
-        data_ = storage_.data();
-        return;
     }
     allocate();
     std::copy(samples.begin(), samples.end(), data_);
