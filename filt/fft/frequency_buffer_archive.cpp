@@ -1,6 +1,5 @@
 #include "filt/fft/frequency_buffer.h"
 
-
 #include <algorithm>
 #include <cstdint>
 #include <utility>
