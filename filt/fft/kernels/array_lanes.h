@@ -65,6 +65,9 @@ struct vx_ArrayLanes {
             to[i] = v.lane[i];
         }
     }
+    static V fill(float x) noexcept {
+        return vf_EachLane<n>([x](std::size_t /*i*/) { return x; });
+    }
     template <class Pattern>
     static V shuffle(const V& a, const V& b) noexcept {
         return vf_EachLane<n>([&](std::size_t i) {

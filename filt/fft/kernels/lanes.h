@@ -4,6 +4,7 @@
 ///
 ///     V                   a vector of `count` floats with + - * among vectors, * by a float, and unary -
 ///     load, store         from and to memory of any alignment
+///     fill(float)         the same in every lane
 ///     shuffle<Pattern>    lane i becomes lane Pattern::lane(i) of the 2 * count lanes of a pair
 ///
 /// Everything here and in the files that build on it is a template on the set. Sets are local to their
@@ -27,6 +28,9 @@ struct vx_VectorLanes {
         return v;
     }
     static void store(float* to, V v) noexcept { std::memcpy(to, &v, sizeof v); }
+
+    /// Every lane x.
+    static V fill(float x) noexcept { return x - V{}; }
 
     template <class Pattern>
     static V shuffle(V a, V b) noexcept {
@@ -90,13 +94,9 @@ struct vx_Patterns {
     struct Deinterleave {
         static constexpr std::size_t lane(std::size_t i) { return 2 * i + odd; }
     };
-    // The same with a and b in reverse: ... a1 b1 a0 b0.
-    template <std::size_t half>
-    struct InterleaveReversed {
-        static constexpr std::size_t lane(std::size_t i) {
-            const std::size_t place = i + half * N;
-            return N - 1 - place / 2 + place % 2 * N;
-        }
+    // The first lane of b, then those of a from the last one down to the second.
+    struct ReverseAfter {
+        static constexpr std::size_t lane(std::size_t i) { return N - i; }
     };
 };
 

@@ -269,14 +269,6 @@ template <class L>
     L::store(to + L::count, L::template shuffle<typename P::template Interleave<1>>(re, im));
 }
 
-/// The same with the last lane first.
-template <class L>
-[[gnu::always_inline]] inline void vf_StoreReversed(float* to, typename L::V re, typename L::V im) noexcept {
-    using P = vx_Patterns<L>;
-    L::store(to, L::template shuffle<typename P::template InterleaveReversed<0>>(re, im));
-    L::store(to + L::count, L::template shuffle<typename P::template InterleaveReversed<1>>(re, im));
-}
-
 /// Puts the columns of a complex transform where their records were.
 template <class L, int direction>
 class vx_SpectrumColumns {
@@ -297,8 +289,48 @@ private:
     vx_Plane plane_;
 };
 
-/// Columns 0 .. width/2 of a half spectrum whose rows are transformed, and with them the conjugates at the
-/// negative frequencies: column width - u of row -v.
+/// Puts the columns of a half spectrum where their records were, and their conjugates at the negative
+/// frequencies, column width - u of row -v. For these to fill whole vectors, those of columns column + 1 ..
+/// column + L::count are written: the last one has been transformed before.
+template <class L, int direction>
+class vx_HermitianStore {
+public:
+    vx_HermitianStore(const vx_Plane& plane, std::size_t column) noexcept
+        : first_(plane.data + 2 * column)
+        , mirror_(plane.data + 2 * (plane.width - column - L::count))
+        , step_(2 * plane.width)
+        , height_(plane.height)
+        , nextIsNyquist_(column + L::count == plane.width / 2) {}
+
+    [[gnu::always_inline]] void operator()(std::size_t v, const vx_LaneSample<L>& x) const noexcept {
+        constexpr std::size_t N = L::count;
+        using Pattern = typename vx_Patterns<L>::ReverseAfter;
+        using V = typename L::V;
+        const vx_LaneSample<L> y = vf_Directed<L, direction>(x.re, x.im);
+        float* const to = first_ + v * step_;
+        vf_StoreInterleaved<L>(to, y.re, y.im);
+        const V re = L::template shuffle<Pattern>(y.re, L::fill(to[2 * N]));
+        const V im = L::template shuffle<Pattern>(y.im, L::fill(to[2 * N + 1]));
+        float* const mirror = mirror_ + (v == 0 ? 0 : height_ - v) * step_;
+        if (!nextIsNyquist_) {
+            vf_StoreInterleaved<L>(mirror, re, -im);
+        } else {
+            // Nyquist is its own mirror image, and stays what it is.
+            float room[2 * N];
+            vf_StoreInterleaved<L>(room, re, -im);
+            std::copy_n(room + 2, 2 * N - 2, mirror + 2);
+        }
+    }
+
+private:
+    float* first_;
+    float* mirror_;
+    std::size_t step_;
+    std::size_t height_;
+    bool nextIsNyquist_;
+};
+
+/// Columns 0 .. width/2 of a half spectrum whose rows are transformed, and with them the others.
 template <class L, int direction>
 void vf_RealColumnPass(const vx_Plane& plane, const vx_Twiddles& twiddles, vx_LaneSample<L>* tile) {
     constexpr std::size_t N = L::count;
@@ -316,21 +348,10 @@ void vf_RealColumnPass(const vx_Plane& plane, const vx_Twiddles& twiddles, vx_La
                                L::store(room, y.im);
                                to[1] = room[0];
                            });
-    for (std::size_t column = 0; column < width / 2; column += N) {
-        const auto store = [&](std::size_t v, const vx_LaneSample<L>& x) __attribute__((always_inline)) {
-            const vx_LaneSample<L> y = vf_Directed<L, direction>(x.re, x.im);
-            vf_StoreInterleaved<L>(plane.row(v) + 2 * column, y.re, y.im);
-            // Columns width - column - N + 1 .. width - column; column 0 has no mirror image.
-            float* to = plane.row(v == 0 ? 0 : height - v) + 2 * (width - column - N + 1);
-            if (column != 0) {
-                vf_StoreReversed<L>(to, y.re, -y.im);
-            } else {
-                float room[2 * N];
-                vf_StoreReversed<L>(room, y.re, -y.im);
-                std::copy_n(room, 2 * N - 2, to);
-            }
-        };
-        vf_TransformColumns<L>(vf_RecordLoader<L, direction>(records, column), height, twiddles, tile, store);
+    for (std::size_t column = width / 2; column > 0;) {
+        column -= N;
+        vf_TransformColumns<L>(vf_RecordLoader<L, direction>(records, column), height, twiddles, tile,
+                               vx_HermitianStore<L, direction>(plane, column));
     }
 }
 
