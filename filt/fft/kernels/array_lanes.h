@@ -22,31 +22,31 @@ template <std::size_t n, class F>
 }
 
 template <std::size_t n>
-inline vx_Floats<n> operator+(const vx_Floats<n>& a, const vx_Floats<n>& b) noexcept {
+[[gnu::always_inline]] inline vx_Floats<n> operator+(const vx_Floats<n>& a, const vx_Floats<n>& b) noexcept {
     return vf_EachLane<n>([&](std::size_t i) { return a.lane[i] + b.lane[i]; });
 }
 template <std::size_t n>
-inline vx_Floats<n> operator+(const vx_Floats<n>& a, float b) noexcept {
+[[gnu::always_inline]] inline vx_Floats<n> operator+(const vx_Floats<n>& a, float b) noexcept {
     return vf_EachLane<n>([&](std::size_t i) { return a.lane[i] + b; });
 }
 template <std::size_t n>
-inline vx_Floats<n> operator-(const vx_Floats<n>& a, const vx_Floats<n>& b) noexcept {
+[[gnu::always_inline]] inline vx_Floats<n> operator-(const vx_Floats<n>& a, const vx_Floats<n>& b) noexcept {
     return vf_EachLane<n>([&](std::size_t i) { return a.lane[i] - b.lane[i]; });
 }
 template <std::size_t n>
-inline vx_Floats<n> operator-(const vx_Floats<n>& a, float b) noexcept {
+[[gnu::always_inline]] inline vx_Floats<n> operator-(const vx_Floats<n>& a, float b) noexcept {
     return vf_EachLane<n>([&](std::size_t i) { return a.lane[i] - b; });
 }
 template <std::size_t n>
-inline vx_Floats<n> operator-(const vx_Floats<n>& a) noexcept {
+[[gnu::always_inline]] inline vx_Floats<n> operator-(const vx_Floats<n>& a) noexcept {
     return vf_EachLane<n>([&](std::size_t i) { return -a.lane[i]; });
 }
 template <std::size_t n>
-inline vx_Floats<n> operator*(const vx_Floats<n>& a, const vx_Floats<n>& b) noexcept {
+[[gnu::always_inline]] inline vx_Floats<n> operator*(const vx_Floats<n>& a, const vx_Floats<n>& b) noexcept {
     return vf_EachLane<n>([&](std::size_t i) { return a.lane[i] * b.lane[i]; });
 }
 template <std::size_t n>
-inline vx_Floats<n> operator*(const vx_Floats<n>& a, float b) noexcept {
+[[gnu::always_inline]] inline vx_Floats<n> operator*(const vx_Floats<n>& a, float b) noexcept {
     return vf_EachLane<n>([&](std::size_t i) { return a.lane[i] * b; });
 }
 
@@ -57,35 +57,35 @@ struct vx_ArrayLanes {
     static constexpr std::size_t count = n;
 
     template <class T>
-    static V load(const T* from) noexcept {
+    [[gnu::always_inline]] static V load(const T* from) noexcept {
         return vf_EachLane<n>([from](std::size_t i) { return static_cast<float>(from[i]); });
     }
-    static void store(float* to, const V& v) noexcept {
+    [[gnu::always_inline]] static void store(float* to, const V& v) noexcept {
         for (std::size_t i = 0; i < n; ++i) {
             to[i] = v.lane[i];
         }
     }
-    static V fill(float x) noexcept {
+    [[gnu::always_inline]] static V fill(float x) noexcept {
         return vf_EachLane<n>([x](std::size_t /*i*/) { return x; });
     }
     template <class Pattern>
-    static V shuffle(const V& a, const V& b) noexcept {
+    [[gnu::always_inline]] static V shuffle(const V& a, const V& b) noexcept {
         return vf_EachLane<n>([&](std::size_t i) {
             const std::size_t lane = Pattern::lane(i);
             return lane < n ? a.lane[lane] : b.lane[lane - n];
         });
     }
-    static V sqrt(const V& v) noexcept {
+    [[gnu::always_inline]] static V sqrt(const V& v) noexcept {
         return vf_EachLane<n>([&](std::size_t i) { return std::sqrt(v.lane[i]); });
     }
     /// The first `pels` lanes as integers.
     template <class T>
-    static void storeLowBits(T* to, const V& v, std::size_t pels) noexcept {
+    [[gnu::always_inline]] static void storeLowBits(T* to, const V& v, std::size_t pels) noexcept {
         for (std::size_t i = 0; i < pels; ++i) {
             to[i] = vf_LowBits<T>(static_cast<double>(v.lane[i]));
         }
     }
-    static void storeWidened(double* to, const V& v, std::size_t pels) noexcept {
+    [[gnu::always_inline]] static void storeWidened(double* to, const V& v, std::size_t pels) noexcept {
         for (std::size_t i = 0; i < pels; ++i) {
             to[i] = static_cast<double>(v.lane[i]);
         }

@@ -103,47 +103,47 @@ struct vx_Patterns {
 template <class L>
 using vx_Block = std::array<typename L::V, L::count>;
 
+/// Half of a transpose of 2 x 2 blocks of groups: of each pair of rows of groups, the even groups and the odd
+/// ones become rows.
+template <class L>
+[[gnu::always_inline]] inline void vf_GatherGroups(vx_Block<L>& x) noexcept {
+    using P = vx_Patterns<L>;
+    constexpr std::size_t N = L::count;
+    vx_Block<L> y;
+    vf_Unrolled<N / 2>([&](auto i) __attribute__((always_inline)) {
+        constexpr std::size_t pair = i / 4;
+        constexpr std::size_t j = i % 4;
+        const typename L::V a = x[8 * pair + j];
+        const typename L::V b = x[8 * pair + 4 + j];
+        y[4 * pair + j] = L::template shuffle<typename P::template Groups<0>>(a, b);
+        y[N / 2 + 4 * pair + j] = L::template shuffle<typename P::template Groups<1>>(a, b);
+    });
+    x = y;
+}
+
 /// Transposes a matrix of count x count floats.
 template <class L>
 [[gnu::always_inline]] inline void vf_TransposeBlock(vx_Block<L>& x) noexcept {
     using P = vx_Patterns<L>;
     using V = typename L::V;
     constexpr std::size_t N = L::count;
-    if constexpr (N >= 4) {
-        // 4 x 4 within each group of lanes: then group g of x[4h + j] holds column 4g + j of rows 4h ..
-        // 4h + 3.
-        vf_Unrolled<N / 4>([&](auto h) {
-            V* y = &x[4 * h];
-            const V a = L::template shuffle<typename P::template ZipSingles<0>>(y[0], y[1]);
-            const V b = L::template shuffle<typename P::template ZipSingles<1>>(y[0], y[1]);
-            const V c = L::template shuffle<typename P::template ZipSingles<0>>(y[2], y[3]);
-            const V d = L::template shuffle<typename P::template ZipSingles<1>>(y[2], y[3]);
-            y[0] = L::template shuffle<typename P::template ZipPairs<0>>(a, c);
-            y[1] = L::template shuffle<typename P::template ZipPairs<1>>(a, c);
-            y[2] = L::template shuffle<typename P::template ZipPairs<0>>(b, d);
-            y[3] = L::template shuffle<typename P::template ZipPairs<1>>(b, d);
-        });
+    static_assert(N == 1 || N == 4 || N == 8 || N == 16);
+    // 4 x 4 within each group of lanes: then group g of x[4h + j] holds column 4g + j of rows 4h .. 4h + 3.
+    vf_Unrolled<N / 4>([&](auto h) __attribute__((always_inline)) {
+        V* y = &x[4 * h];
+        const V a = L::template shuffle<typename P::template ZipSingles<0>>(y[0], y[1]);
+        const V b = L::template shuffle<typename P::template ZipSingles<1>>(y[0], y[1]);
+        const V c = L::template shuffle<typename P::template ZipSingles<0>>(y[2], y[3]);
+        const V d = L::template shuffle<typename P::template ZipSingles<1>>(y[2], y[3]);
+        y[0] = L::template shuffle<typename P::template ZipPairs<0>>(a, c);
+        y[1] = L::template shuffle<typename P::template ZipPairs<1>>(a, c);
+        y[2] = L::template shuffle<typename P::template ZipPairs<0>>(b, d);
+        y[3] = L::template shuffle<typename P::template ZipPairs<1>>(b, d);
+    });
+    if constexpr (N >= 8) {
+        vf_GatherGroups<L>(x);
     }
-    using Even = typename P::template Groups<0>;
-    using Odd = typename P::template Groups<1>;
-    if constexpr (N == 8) {
-        vf_Unrolled<4>([&](auto j) {
-            const V a = x[j];
-            const V b = x[4 + j];
-            x[j] = L::template shuffle<Even>(a, b);
-            x[4 + j] = L::template shuffle<Odd>(a, b);
-        });
-    }
-    if constexpr (N == 16) {
-        vf_Unrolled<4>([&](auto j) {
-            const V a = L::template shuffle<Even>(x[j], x[4 + j]);
-            const V b = L::template shuffle<Odd>(x[j], x[4 + j]);
-            const V c = L::template shuffle<Even>(x[8 + j], x[12 + j]);
-            const V d = L::template shuffle<Odd>(x[8 + j], x[12 + j]);
-            x[j] = L::template shuffle<Even>(a, c);
-            x[8 + j] = L::template shuffle<Odd>(a, c);
-            x[4 + j] = L::template shuffle<Even>(b, d);
-            x[12 + j] = L::template shuffle<Odd>(b, d);
-        });
+    if constexpr (N >= 16) {
+        vf_GatherGroups<L>(x);
     }
 }
