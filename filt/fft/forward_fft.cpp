@@ -47,7 +47,8 @@ template <vx_Pel T>
 void forward(const vxPelBuffer_const<T>& source, vxFrequencyBuffer& destination) {
     requireBound(source);
     prepare(source, destination);
-    kernelsFor<T>(destination).forward(stagingSource(source, destination), vf_PlaneOf(destination));
+    const vxPelBuffer_const<T> staged = stagingSource(source, destination);
+    kernelsFor<T>(destination).forward(vf_PelsOf(staged), vf_PlaneOf(destination));
 }
 
 template <vx_Pel T>
@@ -63,7 +64,8 @@ void forward(const vxPelBuffer_const<T>& real, const vxPelBuffer_const<T>& imagi
     const vxPelBuffer_const<T> stagedReal = stagingSource(real, destination);
     const vxPelBuffer_const<T> stagedImaginary = stagingSource(imaginary, destination);
     vxAttention::check();
-    kernelsFor<T>(destination).forwardPair(stagedReal, stagedImaginary, vf_PlaneOf(destination));
+    kernelsFor<T>(destination)
+        .forwardPair(vf_PelsOf(stagedReal), vf_PelsOf(stagedImaginary), vf_PlaneOf(destination));
 }
 
 } // namespace

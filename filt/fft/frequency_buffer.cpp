@@ -15,9 +15,6 @@
 namespace {
 constexpr long sizeLimit = 2048;
 
-// The spare floats pay for the alignment of the first sample.
-constexpr std::size_t spareFloats = 7;
-
 // The smallest power of two that is not below the request.
 long roundUp(long request) {
     return request < 2 ? 1 : static_cast<long>(std::bit_ceil(static_cast<unsigned long>(request)));

@@ -195,7 +195,7 @@ vxPelBuffer<P> directMagnitudeImage(const vxFrequencyBuffer& spectrum) {
     const vx_NonzeroRows rows = vf_NonzeroRows(spectrum);
     const vxPelBuffer<P> image = vf_UnsetImageOf<P>(spectrum);
     kernelsFor<P>(spectrum).inverseMagnitude(plane, {rows.low, rows.high, plane.height},
-                                             vx_PelScale{scaleOf(spectrum)}, image);
+                                             vx_PelScale{scaleOf(spectrum)}, vf_PelsOf(image));
     return image;
 }
 

@@ -10,7 +10,7 @@
 #include <cstdint>
 
 /// Truncates toward zero. A NaN, an infinity or a value outside the 64-bit range gives 0.
-[[nodiscard]] constexpr std::int64_t vf_Truncate(double value) noexcept {
+[[nodiscard, gnu::always_inline]] constexpr std::int64_t vf_Truncate(double value) noexcept {
     // Both bounds are exact doubles; the comparison is false for NaN.
     constexpr double limit = 9223372036854775808.0; // 2^63
     return value >= -limit && value < limit ? static_cast<std::int64_t>(value) : 0;
@@ -18,7 +18,7 @@
 
 /// The low bits of the truncated value, as many as T has: an 8-bit pel is the value modulo 256.
 template <std::unsigned_integral T>
-[[nodiscard]] constexpr T vf_LowBits(double value) noexcept {
+[[nodiscard, gnu::always_inline]] constexpr T vf_LowBits(double value) noexcept {
     return static_cast<T>(vf_Truncate(value));
 }
 

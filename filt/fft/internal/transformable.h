@@ -29,6 +29,18 @@ inline vx_Plane vf_PlaneOf(const vxFrequencyBuffer& buffer) {
     return vf_PlaneOf(vx_FrequencyBufferAccess::data(buffer), vx_FrequencyBufferAccess::size(buffer));
 }
 
+/// An image's pels as the kernels take them.
+template <vx_Pel T>
+vx_Pels<const T> vf_PelsOf(const vxPelBuffer_const<T>& image) {
+    return {image.pointToOffset(), image.rowUpdate(), static_cast<std::size_t>(image.width()),
+            static_cast<std::size_t>(image.height())};
+}
+template <vx_Pel T>
+vx_Pels<T> vf_PelsOf(const vxPelBuffer<T>& image) {
+    return {image.pointToOffset(), image.rowUpdate(), static_cast<std::size_t>(image.width()),
+            static_cast<std::size_t>(image.height())};
+}
+
 /// The rows of a spectrum that are not zero, as far as the buffer knows.
 struct vx_NonzeroRows {
     long low;

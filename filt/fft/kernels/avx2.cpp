@@ -52,5 +52,5 @@ private:
 };
 } // namespace
 
-constexpr vx_Kernels vx_InstructionSets::avx2 = vf_Kernels<Lanes>(vx_InstructionSet::avx2);
+constinit const vx_Kernels vx_InstructionSets::avx2 = vf_Kernels<Lanes>(vx_InstructionSet::avx2);
 #endif

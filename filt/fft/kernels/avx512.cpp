@@ -55,5 +55,5 @@ private:
 };
 } // namespace
 
-constexpr vx_Kernels vx_InstructionSets::avx512 = vf_Kernels<Lanes>(vx_InstructionSet::avx512);
+constinit const vx_Kernels vx_InstructionSets::avx512 = vf_Kernels<Lanes>(vx_InstructionSet::avx512);
 #endif

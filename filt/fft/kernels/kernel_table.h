@@ -15,7 +15,22 @@ struct vx_Plane {
     std::size_t width;
     std::size_t height;
 
-    [[nodiscard]] float* row(std::size_t v) const noexcept { return data + 2 * width * v; }
+    [[nodiscard, gnu::always_inline]] float* row(std::size_t v) const noexcept {
+        return data + 2 * width * v;
+    }
+};
+
+/// The pels of an image, wherever its offset is.
+template <class T>
+struct vx_Pels {
+    T* first;
+    std::ptrdiff_t step; ///< Pels from one row to the next.
+    std::size_t width;
+    std::size_t height;
+
+    [[nodiscard, gnu::always_inline]] T* row(std::size_t y) const noexcept {
+        return first + static_cast<std::ptrdiff_t>(y) * step;
+    }
 };
 
 inline vx_Plane vf_PlaneOf(float* data, const vxPair<long>& size) noexcept {
@@ -36,15 +51,15 @@ enum class vx_InstructionSet { portable, sse2, avx2, avx512 };
 template <vx_Pel T>
 struct vx_PelKernels {
     /// The spectrum of an image, which is zero outside its pels.
-    void (*forward)(const vxPelBuffer_const<T>& image, const vx_Plane& spectrum);
+    void (*forward)(const vx_Pels<const T>& image, const vx_Plane& spectrum);
 
     /// The spectrum of a complex image.
-    void (*forwardPair)(const vxPelBuffer_const<T>& real, const vxPelBuffer_const<T>& imaginary,
+    void (*forwardPair)(const vx_Pels<const T>& real, const vx_Pels<const T>& imaginary,
                         const vx_Plane& spectrum);
 
     /// The magnitudes of the inverse of a spectrum, which stays as it is, as pels.
     void (*inverseMagnitude)(const vx_Plane& spectrum, const vx_RowBand& band, const vx_PelScale& scale,
-                             const vxPelBuffer<T>& image);
+                             const vx_Pels<T>& image);
 
     /// The magnitudes of `count` spatial samples as pels.
     void (*magnitudes)(const float* samples, std::size_t count, const vx_PelScale& scale, T* pels);

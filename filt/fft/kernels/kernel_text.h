@@ -8,34 +8,34 @@
 #include "filt/fft/kernels/row_sources.h"
 
 template <class L, vx_Pel T>
-void vf_ForwardKernel(const vxPelBuffer_const<T>& image, const vx_Plane& spectrum) {
-    vf_RealTransform<L, 1>(vx_PelRows<T>(image), spectrum);
+void vf_ForwardKernel(const vx_Pels<const T>& image, const vx_Plane& spectrum) {
+    vf_RealTransform<L, 1>(vx_PelRows<L, T>(image), spectrum);
 }
 
 template <class L, vx_Pel T>
-void vf_ForwardPairKernel(const vxPelBuffer_const<T>& real, const vxPelBuffer_const<T>& imaginary,
+void vf_ForwardPairKernel(const vx_Pels<const T>& real, const vx_Pels<const T>& imaginary,
                           const vx_Plane& spectrum) {
     const vx_RowBand everyRow(0, static_cast<long>(spectrum.height), spectrum.height);
-    vf_ComplexTransform<L, 1>(vx_PelPairRows<T>(real, imaginary), vx_PlaneRecords<L>(spectrum),
+    vf_ComplexTransform<L, 1>(vx_PelPairRows<L, T>(real, imaginary), vx_PlaneRecords<L>(spectrum),
                               spectrum.width, spectrum.height, everyRow, vx_SpectrumColumns<L, 1>(spectrum));
 }
 
 template <class L, vx_Pel T>
 void vf_InverseMagnitudeKernel(const vx_Plane& spectrum, const vx_RowBand& band, const vx_PelScale& scale,
-                               const vxPelBuffer<T>& image) {
+                               const vx_Pels<T>& image) {
     const vx_OwnRecords<L> records(spectrum.width, spectrum.height);
-    vf_ComplexTransform<L, -1>(vx_SampleRows(spectrum.data, spectrum.width), records, spectrum.width,
+    vf_ComplexTransform<L, -1>(vx_SampleRows<L>(spectrum.data, spectrum.width), records, spectrum.width,
                                spectrum.height, band, vx_MagnitudeColumns<L, T>(image, scale));
 }
 
 template <class L, int direction>
 void vf_RealKernel(const vx_Plane& plane) {
-    vf_RealTransform<L, direction>(vx_SampleRows(plane.data, plane.width), plane);
+    vf_RealTransform<L, direction>(vx_SampleRows<L>(plane.data, plane.width), plane);
 }
 
 template <class L>
 void vf_ComplexKernel(const float* source, const vx_Plane& plane, int direction, const vx_RowBand& band) {
-    const vx_SampleRows rows(source, plane.width);
+    const vx_SampleRows<L> rows(source, plane.width);
     const vx_PlaneRecords<L> records(plane);
     if (direction > 0) {
         vf_ComplexTransform<L, 1>(rows, records, plane.width, plane.height, band,

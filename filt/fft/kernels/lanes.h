@@ -7,11 +7,11 @@
 ///     fill(float)         the same in every lane
 ///     shuffle<Pattern>    lane i becomes lane Pattern::lane(i) of the 2 * count lanes of a pair
 ///
-/// Everything here and in the files that build on it is a template on the set. Sets are local to their
-/// units, so code compiled for one instruction set never serves another.
+/// Sets are local to their units, and so is whatever is a template on a set. All code of a unit must be that
+/// or always inlined: a function that units share, the standard library's included, is one for the linker,
+/// which could hand the one with the widest vectors to processors that lack them.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstring>
 #include <utility>
@@ -44,11 +44,38 @@ private:
     }
 };
 
-/// Calls f(std::integral_constant<std::size_t, i>) for i = 0 .. n-1: a loop that is written out.
+template <class L>
+constexpr std::size_t vf_Smaller(std::size_t a, std::size_t b) noexcept {
+    return b < a ? b : a;
+}
+template <class L>
+constexpr std::size_t vf_Greater(std::size_t a, std::size_t b) noexcept {
+    return a < b ? b : a;
+}
+template <class L, class T>
+void vf_Copy(const T* from, std::size_t count, T* to) noexcept {
+    for (std::size_t i = 0; i < count; ++i) {
+        to[i] = from[i];
+    }
+}
+template <class L>
+void vf_Swap(float& a, float& b) noexcept {
+    const float before = a;
+    a = b;
+    b = before;
+}
+
+/// A number that is known when the program is compiled.
+template <std::size_t i>
+struct vx_Index {
+    [[gnu::always_inline]] constexpr operator std::size_t() const noexcept { return i; }
+};
+
+/// Calls f(vx_Index<i>) for i = 0 .. n-1: a loop that is written out.
 template <std::size_t n, class F>
 [[gnu::always_inline]] inline void vf_Unrolled(F f) {
     [&]<std::size_t... i>(std::index_sequence<i...>) __attribute__((always_inline)) {
-        (f(std::integral_constant<std::size_t, i>()), ...);
+        (f(vx_Index<i>()), ...);
     }
     (std::make_index_sequence<n>());
 }
@@ -101,7 +128,11 @@ struct vx_Patterns {
 };
 
 template <class L>
-using vx_Block = std::array<typename L::V, L::count>;
+struct vx_Block {
+    typename L::V vectors[L::count];
+
+    [[gnu::always_inline]] typename L::V& operator[](std::size_t i) noexcept { return vectors[i]; }
+};
 
 /// Half of a transpose of 2 x 2 blocks of groups: of each pair of rows of groups, the even groups and the odd
 /// ones become rows.

@@ -7,7 +7,6 @@
 #include "filt/fft/kernels/split_radix.h"
 #include "kavstd/pelbuffer.h"
 
-#include <algorithm>
 #include <concepts>
 #include <cstddef>
 
@@ -29,32 +28,24 @@ template <class L, vx_Pel T>
 template <class L, vx_Pel T>
 class vx_MagnitudeColumns {
 public:
-    vx_MagnitudeColumns(const vxPelBuffer<T>& image, const vx_PelScale& scale) noexcept
-        : first_(image.pointToOffset())
-        , step_(image.rowUpdate())
-        , width_(static_cast<std::size_t>(image.width()))
-        , height_(static_cast<std::size_t>(image.height()))
-        , scale_(scale) {}
+    vx_MagnitudeColumns(const vx_Pels<T>& image, const vx_PelScale& scale) noexcept
+        : image_(image), scale_(scale) {}
 
     /// The store of the columns from `column` on.
     [[nodiscard]] auto from(std::size_t column) const noexcept {
-        const std::size_t pels = column < width_ ? std::min(width_ - column, L::count) : 0;
+        const std::size_t pels = column < image_.width ? vf_Smaller<L>(image_.width - column, L::count) : 0;
         // No row has a pel where no column has one.
-        const std::size_t height = pels == 0 ? 0 : height_;
-        T* const first = first_ + column;
-        return [ first, step = step_, height, pels, scale = scale_ ](std::size_t v, const vx_LaneSample<L>& x)
-            __attribute__((always_inline)) {
+        const std::size_t height = pels == 0 ? 0 : image_.height;
+        return [ image = image_, column, height, pels, scale =
+                 scale_ ](std::size_t v, const vx_LaneSample<L>& x) __attribute__((always_inline)) {
             if (v < height) {
-                vf_StoreMagnitudes<L>(first + static_cast<std::ptrdiff_t>(v) * step, x.re, x.im, scale, pels);
+                vf_StoreMagnitudes<L>(image.row(v) + column, x.re, x.im, scale, pels);
             }
         };
     }
 
 private:
-    T* first_;
-    long step_;
-    std::size_t width_;
-    std::size_t height_;
+    vx_Pels<T> image_;
     vx_PelScale scale_;
 };
 
@@ -65,10 +56,10 @@ void vf_MagnitudesKernel(const float* samples, std::size_t count, const vx_PelSc
     using P = vx_Patterns<L>;
     float room[2 * N] = {};
     for (std::size_t first = 0; first < count; first += N) {
-        const std::size_t lanes = std::min(count - first, N);
+        const std::size_t lanes = vf_Smaller<L>(count - first, N);
         const float* from = samples + 2 * first;
         if (lanes < N) {
-            std::copy_n(from, 2 * lanes, room);
+            vf_Copy<L>(from, 2 * lanes, room);
             from = room;
         }
         const typename L::V a = L::load(from);

@@ -19,10 +19,9 @@
 #include "filt/fft/kernels/workspace.h"
 #include "kavstd/attention.h"
 
-#include <algorithm>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 /// The intermediate result in the spectrum's own storage: each row its records, one after the other.
 template <class L>
@@ -63,8 +62,8 @@ private:
     std::size_t split_;
     std::size_t step_;
     std::size_t height_;
-    vx_Workspace<float> first_;
-    vx_Workspace<float> second_;
+    vx_Workspace<float, L> first_;
+    vx_Workspace<float, L> second_;
 };
 
 /// A sample, conjugated when the transform goes backward.
@@ -84,13 +83,13 @@ void vf_LoadRows(const Source& source, std::size_t firstRow, std::size_t samples
     for (std::size_t first = 0; first < samples; first += N) {
         vx_Block<L> a;
         vx_Block<L> b;
-        if (source.template isInside<L>(firstRow, first)) {
+        if (source.isInside(firstRow, first)) {
             vf_Unrolled<N>([&](auto i) __attribute__((always_inline)) {
-                source.template readInside<L>(firstRow + i, first, a[i], b[i]);
+                source.readInside(firstRow + i, first, a[i], b[i]);
             });
         } else {
             for (std::size_t i = 0; i < N; ++i) {
-                source.template read<L>(firstRow + i, first, a[i], b[i]);
+                source.read(firstRow + i, first, a[i], b[i]);
             }
         }
         vf_TransposeBlock<L>(a);
@@ -191,7 +190,7 @@ bool vf_CopyRow(const Source& source, std::size_t width, const Records& records,
     for (std::size_t first = 0; first < width; first += N) {
         V a;
         V b;
-        source.template read<L>(row, first, a, b);
+        source.read(row, first, a, b);
         vx_LaneSample<L> x{a, b};
         if constexpr (Source::interleaved) {
             x = {L::template shuffle<typename P::template Deinterleave<0>>(a, b),
@@ -202,7 +201,9 @@ bool vf_CopyRow(const Source& source, std::size_t width, const Records& records,
         L::store(record, x.re);
         L::store(record + N, x.im);
         for (std::size_t i = 0; i < 2 * N; ++i) {
-            bits |= std::bit_cast<std::uint32_t>(record[i]);
+            std::uint32_t pattern = 0;
+            std::memcpy(&pattern, record + i, sizeof pattern);
+            bits |= pattern;
         }
         L::store(record + N, y.im);
     }
@@ -318,7 +319,7 @@ public:
             // Nyquist is its own mirror image, and stays what it is.
             float room[2 * N];
             vf_StoreInterleaved<L>(room, re, -im);
-            std::copy_n(room + 2, 2 * N - 2, mirror + 2);
+            vf_Copy<L>(room + 2, 2 * N - 2, mirror + 2);
         }
     }
 
@@ -369,8 +370,8 @@ void vf_KeepSkippedBlocks(const Records& records, std::size_t size, const vx_Row
         }
         for (std::size_t column = 0; column < row; ++column) {
             if (!band.touchesBlock(column / 4 * 4)) {
-                std::swap(at(row, column)[0], at(column, row)[0]);
-                std::swap(at(row, column)[N], at(column, row)[N]);
+                vf_Swap<L>(at(row, column)[0], at(column, row)[0]);
+                vf_Swap<L>(at(row, column)[N], at(column, row)[N]);
             }
         }
     }
@@ -381,7 +382,7 @@ template <class L, int direction, class Source>
 void vf_RealColumn(const Source& source, const vx_Plane& plane) {
     for (std::size_t row = 0; row < plane.height; ++row) {
         vx_LaneSample<L> x;
-        source.template read<L>(row, 0, x.re, x.im);
+        source.read(row, 0, x.re, x.im);
         L::store(plane.row(row), x.re);
         L::store(plane.row(row) + 1, x.im);
     }
@@ -398,7 +399,7 @@ void vf_RealTransform(const Source& source, const vx_Plane& plane) {
             return vf_RealColumn<L, direction>(source, plane);
         }
     }
-    const std::size_t longest = std::max(plane.width / 2, plane.height);
+    const std::size_t longest = vf_Greater<L>(plane.width / 2, plane.height);
     const vx_Twiddles twiddles(longest, direction);
     const vx_Workspace<vx_LaneSample<L>> tile(longest);
     const vx_Workspace<vx_LaneSample<L>> spectrum(plane.width / 2 + 1);
@@ -410,7 +411,7 @@ void vf_RealTransform(const Source& source, const vx_Plane& plane) {
 template <class L, int direction, class Source, class Records, class Columns>
 void vf_ComplexTransform(const Source& source, const Records& records, std::size_t width, std::size_t height,
                          const vx_RowBand& band, const Columns& columns) {
-    const std::size_t longest = std::max(width, height);
+    const std::size_t longest = vf_Greater<L>(width, height);
     // The angles are those of the forward transform; the conjugations make the way back.
     const vx_Twiddles twiddles(longest, 1);
     const vx_Workspace<vx_LaneSample<L>> tile(longest);

@@ -4,32 +4,28 @@
 /// lie side by side count as one sample. There is zero to the right of an image and below it.
 #pragma once
 
-#include "filt/internal/pel_row.h"
+#include "filt/fft/kernels/kernel_table.h"
 #include "kavstd/pelbuffer.h"
 
 #include <cstddef>
 
 /// Rows that are samples already.
+template <class L>
 class vx_SampleRows {
 public:
     static constexpr bool interleaved = true;
 
     vx_SampleRows(const float* first, std::size_t width) noexcept : first_(first), width_(width) {}
 
-    template <class L>
-    [[nodiscard]] bool isInside(std::size_t /*row*/, std::size_t /*sample*/) const noexcept {
-        return true;
-    }
-    template <class L>
+    [[nodiscard]] bool isInside(std::size_t /*row*/, std::size_t /*sample*/) const noexcept { return true; }
     [[gnu::always_inline]] void readInside(std::size_t row, std::size_t sample, typename L::V& a,
                                            typename L::V& b) const noexcept {
         const float* from = first_ + 2 * (row * width_ + sample);
         a = L::load(from);
         b = L::load(from + L::count);
     }
-    template <class L>
     void read(std::size_t row, std::size_t sample, typename L::V& a, typename L::V& b) const noexcept {
-        readInside<L>(row, sample, a, b);
+        readInside(row, sample, a, b);
     }
 
 private:
@@ -38,84 +34,69 @@ private:
 };
 
 /// The pels of a real image.
-template <vx_Pel T>
+template <class L, vx_Pel T>
 class vx_PelRows {
 public:
     static constexpr bool interleaved = true;
 
-    explicit vx_PelRows(const vxPelBuffer_const<T>& image) noexcept
-        : first_(image.pointToOffset())
-        , step_(image.rowUpdate())
-        , width_(static_cast<std::size_t>(image.width()))
-        , height_(static_cast<std::size_t>(image.height())) {}
+    explicit vx_PelRows(const vx_Pels<const T>& image) noexcept : image_(image) {}
 
-    template <class L>
     [[nodiscard]] bool isInside(std::size_t row, std::size_t sample) const noexcept {
-        return hasPels<L>(row, 2 * sample, 2 * L::count);
+        return hasPels(row, 2 * sample, 2 * L::count);
     }
-    template <class L>
     [[gnu::always_inline]] void readInside(std::size_t row, std::size_t sample, typename L::V& a,
                                            typename L::V& b) const noexcept {
         a = L::load(at(row, 2 * sample));
         b = L::load(at(row, 2 * sample + L::count));
     }
-    template <class L>
     void read(std::size_t row, std::size_t sample, typename L::V& a, typename L::V& b) const noexcept {
-        a = pels<L>(row, 2 * sample);
-        b = pels<L>(row, 2 * sample + L::count);
+        a = pels(row, 2 * sample);
+        b = pels(row, 2 * sample + L::count);
     }
 
     /// Whether all of `count` columns of L::count rows are pels of the image.
-    template <class L>
     [[nodiscard]] bool hasPels(std::size_t row, std::size_t column, std::size_t count) const noexcept {
-        return row + L::count <= height_ && column + count <= width_;
+        return row + L::count <= image_.height && column + count <= image_.width;
     }
     [[nodiscard]] const T* at(std::size_t row, std::size_t column) const noexcept {
-        return first_ + static_cast<std::ptrdiff_t>(row) * step_ + column;
+        return image_.row(row) + column;
     }
     /// L::count pels from a column on.
-    template <class L>
     [[nodiscard]] typename L::V pels(std::size_t row, std::size_t column) const noexcept {
         T room[L::count] = {};
-        for (std::size_t i = 0; i < L::count && row < height_ && column + i < width_; ++i) {
+        for (std::size_t i = 0; i < L::count && row < image_.height && column + i < image_.width; ++i) {
             room[i] = *at(row, column + i);
         }
         return L::load(room);
     }
 
 private:
-    const T* first_;
-    long step_;
-    std::size_t width_;
-    std::size_t height_;
+    vx_Pels<const T> image_;
 };
 
 /// The pels of a real and an imaginary image of one size.
-template <vx_Pel T>
+template <class L, vx_Pel T>
 class vx_PelPairRows {
 public:
     static constexpr bool interleaved = false;
 
-    vx_PelPairRows(const vxPelBuffer_const<T>& real, const vxPelBuffer_const<T>& imaginary) noexcept
+    vx_PelPairRows(const vx_Pels<const T>& real, const vx_Pels<const T>& imaginary) noexcept
         : real_(real), imaginary_(imaginary) {}
 
-    template <class L>
     [[nodiscard]] bool isInside(std::size_t row, std::size_t sample) const noexcept {
-        return real_.template hasPels<L>(row, sample, L::count);
+        return real_.hasPels(row, sample, L::count);
     }
-    template <class L>
     [[gnu::always_inline]] void readInside(std::size_t row, std::size_t sample, typename L::V& a,
                                            typename L::V& b) const noexcept {
         a = L::load(real_.at(row, sample));
         b = L::load(imaginary_.at(row, sample));
     }
-    template <class L>
     void read(std::size_t row, std::size_t sample, typename L::V& a, typename L::V& b) const noexcept {
-        a = real_.template pels<L>(row, sample);
-        b = imaginary_.template pels<L>(row, sample);
+        a = real_.pels(row, sample);
+        b = imaginary_.pels(row, sample);
     }
 
 private:
-    vx_PelRows<T> real_;
-    vx_PelRows<T> imaginary_;
+    vx_PelRows<L, T> real_;
+    vx_PelRows<L, T> imaginary_;
 };

@@ -27,7 +27,8 @@ struct vx_Frequencies {
     std::size_t first;
     std::size_t step;
 
-    [[nodiscard]] vx_Frequencies part(std::size_t index, std::size_t parts) const noexcept {
+    [[nodiscard, gnu::always_inline]] vx_Frequencies part(std::size_t index,
+                                                          std::size_t parts) const noexcept {
         return {first + index * step, step * parts};
     }
 };

@@ -20,3 +20,5 @@ vx_SplitStep::vx_SplitStep(std::size_t n, int direction)
         w = {w.re + (w.re * wpr - w.im * wpi), w.im + (w.im * wpr + w.re * wpi)};
     }
 }
+
+vx_SplitStep::~vx_SplitStep() = default;

@@ -11,6 +11,9 @@
 class vx_SplitStep {
 public:
     vx_SplitStep(std::size_t n, int direction);
+    vx_SplitStep(const vx_SplitStep&) = delete;
+    vx_SplitStep& operator=(const vx_SplitStep&) = delete;
+    ~vx_SplitStep();
 
     /// Takes the transform Z[0 .. n-1] of the samples z[k] = (x[2k], x[2k+1]) and leaves X[0 .. n]: one
     /// sample more.

@@ -53,5 +53,5 @@ private:
 };
 } // namespace
 
-constexpr vx_Kernels vx_InstructionSets::sse2 = vf_Kernels<Lanes>(vx_InstructionSet::sse2);
+constinit const vx_Kernels vx_InstructionSets::sse2 = vf_Kernels<Lanes>(vx_InstructionSet::sse2);
 #endif

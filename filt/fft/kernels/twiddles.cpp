@@ -42,3 +42,5 @@ vx_Twiddles::vx_Twiddles(std::size_t longest, int direction)
         fill(factors_.get() + span / 4, span, direction);
     }
 }
+
+vx_Twiddles::~vx_Twiddles() = default;

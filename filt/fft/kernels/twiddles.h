@@ -22,9 +22,14 @@ class vx_Twiddles {
 public:
     /// For transforms of length 1 .. longest, a power of two. The sines have the sign of `direction`.
     vx_Twiddles(std::size_t longest, int direction);
+    vx_Twiddles(const vx_Twiddles&) = delete;
+    vx_Twiddles& operator=(const vx_Twiddles&) = delete;
+    ~vx_Twiddles();
 
     /// The factors of the span's butterflies, span / 4 of them.
-    [[nodiscard]] const vx_Twiddle* of(std::size_t span) const noexcept { return factors_.get() + span / 4; }
+    [[nodiscard, gnu::always_inline]] const vx_Twiddle* of(std::size_t span) const noexcept {
+        return factors_.get() + span / 4;
+    }
 
 private:
     vx_Workspace<vx_Twiddle> factors_;

@@ -6,8 +6,8 @@
 #include <new>
 #include <type_traits>
 
-/// `count` elements from a cache line's start on.
-template <class T>
+/// `count` elements from a cache line's start on. `Unit` makes it local to the unit of an instruction set.
+template <class T, class Unit = void>
 class vx_Workspace {
     static_assert(std::is_trivially_default_constructible_v<T> && std::is_trivially_destructible_v<T>);
 
@@ -18,7 +18,7 @@ public:
     vx_Workspace& operator=(const vx_Workspace&) = delete;
     ~vx_Workspace() { ::operator delete(elements_, alignment); }
 
-    [[nodiscard]] T* get() const noexcept { return elements_; }
+    [[nodiscard, gnu::always_inline]] T* get() const noexcept { return elements_; }
 
 private:
     static constexpr std::align_val_t alignment{64};

@@ -5,7 +5,6 @@
 #include "filt/fft/kernels/lanes.h"
 #include "filt/internal/convert.h"
 
-#include <algorithm>
 #include <cstddef>
 
 /// `Set` adds load() from pels; sqrt(V); fitIntegers(V), whether all lanes fit 32-bit integers; narrow(V,
@@ -26,8 +25,9 @@ struct vx_X86Lanes : vx_VectorLanes<Set, Vector> {
             } else {
                 float room[Base::count];
                 Base::store(room, v);
-                std::transform(room, room + Base::count, all,
-                               [](float x) { return vf_LowBits<unsigned short>(static_cast<double>(x)); });
+                for (std::size_t i = 0; i < Base::count; ++i) {
+                    all[i] = vf_LowBits<unsigned short>(static_cast<double>(room[i]));
+                }
             }
         });
     }
@@ -45,7 +45,7 @@ private:
         } else {
             T room[Base::count];
             storeAll(room);
-            std::copy_n(room, std::min(pels, Base::count), to);
+            vf_Copy<Set>(room, vf_Smaller<Set>(pels, Base::count), to);
         }
     }
 };
