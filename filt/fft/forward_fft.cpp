@@ -25,6 +25,7 @@ void prepare(const vxPelBuffer_const<T>& image, vxFrequencyBuffer& destination) 
     Access::offset(destination, image.offset());
 }
 
+// The way on is in filt/fft/kernels/kernel_table.h.
 template <vx_Pel T>
 const vx_PelKernels<T>& kernelsFor(const vxFrequencyBuffer& destination) {
     return vf_KernelsFor(Access::size(destination)).pels<T>();

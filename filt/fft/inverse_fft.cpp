@@ -180,7 +180,7 @@ template <vx_Pel P>
 vxPelBuffer<P> magnitudeImage(const vxFrequencyBuffer& spatial, double maximum) {
     const float scale = scaleOf(spatial);
     const vx_PelScale pelScale = maximum > 0.0 ? stretchOf(spatial, scale, maximum) : vx_PelScale{scale};
-    const vxPelBuffer<P> image = vf_UnsetImageOf<P>(spatial);
+    vxPelBuffer<P> image = vf_UnsetImageOf<P>(spatial);
     for (long y = 0; y < image.height(); ++y) {
         kernelsFor<P>(spatial).magnitudes(vf_SampleRow(spatial, y), static_cast<std::size_t>(image.width()),
                                           pelScale, vf_PelRow(image, y));
@@ -193,7 +193,7 @@ template <vx_Pel P>
 vxPelBuffer<P> directMagnitudeImage(const vxFrequencyBuffer& spectrum) {
     const vx_Plane plane = vf_PlaneOf(spectrum);
     const vx_NonzeroRows rows = vf_NonzeroRows(spectrum);
-    const vxPelBuffer<P> image = vf_UnsetImageOf<P>(spectrum);
+    vxPelBuffer<P> image = vf_UnsetImageOf<P>(spectrum);
     kernelsFor<P>(spectrum).inverseMagnitude(plane, {rows.low, rows.high, plane.height},
                                              vx_PelScale{scaleOf(spectrum)}, vf_PelsOf(image));
     return image;

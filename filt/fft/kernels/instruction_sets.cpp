@@ -24,8 +24,6 @@ const vx_Kernels* kernelsOf(vx_InstructionSet set) {
 
 bool runs(vx_InstructionSet set) {
     switch (set) {
-    case vx_InstructionSet::portable:
-        return true;
 #ifdef VX_X86_64
     case vx_InstructionSet::sse2:
         return true;
@@ -36,7 +34,7 @@ bool runs(vx_InstructionSet set) {
                __builtin_cpu_supports("avx512bw") != 0 && __builtin_cpu_supports("avx512vl") != 0;
 #endif
     default:
-        return false;
+        return set == vx_InstructionSet::portable;
     }
 }
 

@@ -1,5 +1,6 @@
 /// \file
-/// The in-place 2-D Fourier transforms of a frequency buffer's storage.
+/// The in-place 2-D Fourier transforms of a frequency buffer's storage: those of kernel_table.h for callers
+/// that have samples already. Transforms from and to images take the table's own entries for their pels.
 ///
 /// Storage: size.y() rows of size.x() complex samples, each (real, imaginary) in single precision; sizes are
 /// powers of two and at most 32768. Neither kernel checks its arguments or scales its result. Direction is +1
