@@ -180,10 +180,11 @@ template <vx_Pel P>
 vxPelBuffer<P> magnitudeImage(const vxFrequencyBuffer& spatial, double maximum) {
     const float scale = scaleOf(spatial);
     const vx_PelScale pelScale = maximum > 0.0 ? stretchOf(spatial, scale, maximum) : vx_PelScale{scale};
+    const vx_PelKernels<P>& kernels = kernelsFor<P>(spatial);
     vxPelBuffer<P> image = vf_UnsetImageOf<P>(spatial);
     for (long y = 0; y < image.height(); ++y) {
-        kernelsFor<P>(spatial).magnitudes(vf_SampleRow(spatial, y), static_cast<std::size_t>(image.width()),
-                                          pelScale, vf_PelRow(image, y));
+        kernels.magnitudes(vf_SampleRow(spatial, y), static_cast<std::size_t>(image.width()), pelScale,
+                           vf_PelRow(image, y));
     }
     return image;
 }
