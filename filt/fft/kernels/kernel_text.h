@@ -4,8 +4,8 @@
 
 #include "filt/fft/kernels/kernel_table.h"
 #include "filt/fft/kernels/magnitude.h"
-#include "filt/fft/kernels/passes.h"
 #include "filt/fft/kernels/row_sources.h"
+#include "filt/fft/kernels/transform_2d.h"
 
 template <class L, vx_Pel T>
 void vf_ForwardKernel(const vx_Pels<const T>& image, const vx_Plane& spectrum) {

@@ -22,6 +22,16 @@ struct vx_LaneSample {
     typename L::V im;
 };
 
+/// A sample, conjugated when the transform goes backward.
+template <class L, int direction>
+[[gnu::always_inline]] inline vx_LaneSample<L> vf_Directed(typename L::V re, typename L::V im) noexcept {
+    if constexpr (direction > 0) {
+        return {re, im};
+    } else {
+        return {re, -im};
+    }
+}
+
 /// The frequencies of a node.
 struct vx_Frequencies {
     std::size_t first;
