@@ -2,9 +2,9 @@
 /// What one instruction set offers: the whole 2-D transforms, with the pels read and written on the way.
 ///
 /// From a public transform down to the butterfly: instruction_sets.cpp chooses a table; kernel_text.h says
-/// what its entries are; transform_2d.h goes over the rows (row_pass.h), then over the columns (column_pass.h);
-/// split_radix.h is the 1-D transform. Pels come in by row_sources.h and go out by magnitude.h; lanes.h is the
-/// arithmetic that all of it is written in.
+/// what its entries are; transform_2d.h goes over the rows (row_pass.h), then over the columns
+/// (column_pass.h); split_radix.h is the 1-D transform. Pels come in by row_sources.h and go out by
+/// magnitude.h; lanes.h is the arithmetic that all of it is written in.
 #pragma once
 
 #include "filt/fft/kernels/row_band.h"
