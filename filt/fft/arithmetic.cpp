@@ -128,8 +128,7 @@ void vfFrequencyConjugate(vxFrequencyBuffer& a) {
 void vfFrequencyConjugate(const vxFrequencyBuffer& a, vxFrequencyBuffer& b) {
     checkInitialized(a, a);
     checkNotConsumed(a, a);
-    if (&a == &b ||
-        Access::copySize(a) != Access::size(a)) { // The copy of a cropped buffer has another size.
+    if (&a == &b || !Access::copyKeepsSize(a)) {
         b = a;
         vfFrequencyConjugate(b);
         return;

@@ -96,7 +96,7 @@ private:
     /// The fields before the samples, in the order of the archive.
     void archiveFields(vxArchive& archive, unsigned char version);
     /// Takes loaded samples; those that are missing are zero.
-    void adoptSamples(vxArchive& archive, std::vector<float>&& samples);
+    void adoptSamples(vxArchive& archive, const std::vector<float>& samples);
     [[nodiscard]] std::uint64_t sampleCount() const noexcept;
 
     /// Throws Uninitialized for a buffer without samples.

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <utility>
 
 namespace {
 constexpr unsigned char currentVersion = 1; // Version 0 held a linear transform instead of a transform cache.
@@ -52,7 +51,7 @@ void vxFrequencyBuffer::load(vxArchive& archive, unsigned char version) {
     }
     archive || samples;
     if (hasSamples) {
-        adoptSamples(archive, std::move(samples));
+        adoptSamples(archive, samples);
     }
 }
 
@@ -69,7 +68,7 @@ void vxFrequencyBuffer::archiveFields(vxArchive& archive, unsigned char version)
     archive || offset_;
 }
 
-void vxFrequencyBuffer::adoptSamples(vxArchive& archive, std::vector<float>&& samples) {
+void vxFrequencyBuffer::adoptSamples(vxArchive& archive, const std::vector<float>& samples) {
     const std::uint64_t count = sampleCount();
     if (samples.size() > count * 2) {
         archive.refuse("frequency buffer with more samples than its size");

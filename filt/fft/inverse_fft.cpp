@@ -210,7 +210,7 @@ void invert(const Member<P, S>& member, vxFrequencyBuffer& buffer, vxPelBuffer<P
     vxPelBuffer<S> secondImage;
     const double maximum = normalize ? member.maximum : 0.0;
     const bool samplesWanted = inPlace || second != nullptr || maximum > 0.0;
-    if (!samplesWanted && !Access::inverseComputed(buffer) && vf_CopyKeepsSize(buffer)) {
+    if (!samplesWanted && !Access::inverseComputed(buffer) && Access::copyKeepsSize(buffer)) {
         mainImage = directMagnitudeImage<P>(buffer);
         vxAttention::check();
     } else {

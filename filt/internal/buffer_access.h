@@ -12,6 +12,8 @@ struct vx_FrequencyBufferAccess {
     static vxPair<long> copySize(const vxFrequencyBuffer& buffer) {
         return vxFrequencyBuffer::allocatedSize(buffer.sourceWidth_, buffer.sourceHeight_);
     }
+    /// Whether a copy has the buffer's size: that of a cropped or a loaded buffer may have another.
+    static bool copyKeepsSize(const vxFrequencyBuffer& buffer) { return copySize(buffer) == size(buffer); }
     /// Makes `copy` a copy of another buffer in everything but its samples.
     static void takeState(vxFrequencyBuffer& copy, const vxFrequencyBuffer& source) {
         copy.takeState(source);

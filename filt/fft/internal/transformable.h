@@ -63,16 +63,10 @@ inline void vf_TransformInPlace(vxFrequencyBuffer& buffer, int direction, const 
                     rows.low, rows.high);
 }
 
-/// Whether a copy has the buffer's size. That of a loaded or a cropped buffer, which is derived again from
-/// the source size, may have another; InvalidSize when it is too large.
-inline bool vf_CopyKeepsSize(const vxFrequencyBuffer& buffer) {
-    return vx_FrequencyBufferAccess::copySize(buffer) == vx_FrequencyBufferAccess::size(buffer);
-}
-
 /// Makes `result` what transforming a copy of `source` in place makes of the copy. They may be one.
 inline void vf_TransformCopy(const vxFrequencyBuffer& source, vxFrequencyBuffer& result, int direction,
                              const vx_NonzeroRows& rows) {
-    if (&source == &result || !vf_CopyKeepsSize(source)) {
+    if (&source == &result || !vx_FrequencyBufferAccess::copyKeepsSize(source)) {
         result = source;
         vf_TransformInPlace(result, direction, rows);
         return;

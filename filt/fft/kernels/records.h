@@ -30,7 +30,7 @@ private:
 
 /// The intermediate result in memory of its own: the records of the same columns, one after the other. They
 /// are in two parts of unequal size, because the usual allocators give requests of 32 MiB back to the system
-/// at once, and to have those pages cleared again at every call would take as long as a transform.
+/// at once, and having their pages cleared again at every call costs a good part of a transform's time.
 template <class L>
 class vx_OwnRecords {
 public:
