@@ -1,9 +1,10 @@
 #include "filt/fft/arithmetic.h"
 
+#include "filt/fft/kernels/instruction_sets.h"
 #include "filt/internal/buffer_access.h"
 #include "filt/internal/messages.h"
 
-#include <cstdint>
+#include <cstddef>
 
 // The order of the checks decides which error a caller sees when several apply. It differs deliberately:
 //
@@ -34,69 +35,31 @@ void checkSizes(const vxPair<long>& a, const vxPair<long>& b, const char* messag
     }
 }
 
-struct Sample {
-    float re;
-    float im;
-};
+// out = first op second, for each sample. An output is one of the inputs or shares nothing with them.
+using Combine = void (*)(const float* first, const float* second, float* out, std::size_t samples);
 
-Sample product(Sample b, Sample a) {
-    return {b.re * a.re - b.im * a.im, b.im * a.re + b.re * a.im};
+std::size_t samplesOf(const vxFrequencyBuffer& buffer) {
+    return static_cast<std::size_t>(Access::sampleCount(buffer));
 }
 
-Sample sum(Sample b, Sample a) {
-    return {b.re + a.re, b.im + a.im};
-}
-
-Sample difference(Sample b, Sample a) {
-    return {b.re - a.re, b.im - a.im};
-}
-
-// The loops work on samples (real, imaginary). An output is one of the inputs or shares nothing with them;
-// the callers show which, so that the compiler can vectorise the loop for each.
-
-// out = rule(first, second) for each sample.
-template <class Rule>
-void combine(const float* first, const float* second, float* out, std::uint64_t count, Rule rule) {
-    for (std::uint64_t i = 0; i < 2 * count; i += 2) {
-        const Sample result = rule(Sample{first[i], first[i + 1]}, Sample{second[i], second[i + 1]});
-        out[i] = result.re;
-        out[i + 1] = result.im;
-    }
-}
-
-// b = rule(b, a).
-template <class Rule>
-void update(const vxFrequencyBuffer& a, vxFrequencyBuffer& b, Rule rule) {
-    const float* other = Access::data(a);
+// b = b op a.
+void update(const vxFrequencyBuffer& a, vxFrequencyBuffer& b, Combine combine) {
     float* updated = Access::data(b);
-    const std::uint64_t count = Access::sampleCount(b);
-    if (other == updated) {
-        combine(updated, updated, updated, count, rule);
-    } else {
-        combine(updated, other, updated, count, rule);
-    }
+    combine(updated, Access::data(a), updated, samplesOf(b));
 }
 
-// c = rule(a, b), where c is not b. It takes everything else from a; refused when a copy of a would not fit
+// c = a op b, where c is not b. It takes everything else from a; refused when a copy of a would not fit
 // b.
-template <class Rule>
-void combineInto(const vxFrequencyBuffer& a, const vxFrequencyBuffer& b, vxFrequencyBuffer& c, Rule rule,
-                 const char* message) {
+void combineInto(const vxFrequencyBuffer& a, const vxFrequencyBuffer& b, vxFrequencyBuffer& c,
+                 Combine combine, const char* message) {
     if (&c == &a) {
         checkSizes(Access::size(b), Access::size(c), message);
-        update(b, c, rule);
+        update(b, c, combine);
         return;
     }
     checkSizes(Access::copySize(a), Access::size(b), message);
     Access::takeState(c, a);
-    combine(Access::data(a), Access::data(b), Access::data(c), Access::sampleCount(c), rule);
-}
-
-void conjugate(const float* in, float* out, std::uint64_t count) {
-    for (std::uint64_t i = 0; i < 2 * count; i += 2) {
-        out[i] = in[i];
-        out[i + 1] = -in[i + 1];
-    }
+    combine(Access::data(a), Access::data(b), Access::data(c), samplesOf(c));
 }
 } // namespace
 
@@ -104,7 +67,7 @@ void vfFrequencyMultiply(const vxFrequencyBuffer& a, vxFrequencyBuffer& b) {
     checkInitialized(b, a);
     checkSizes(Access::size(a), Access::size(b), vx_Messages::multiplySizesDiffer);
     checkNotConsumed(a, b);
-    update(a, b, product);
+    update(a, b, vf_Elements().product);
 }
 
 void vfFrequencyMultiply(const vxFrequencyBuffer& a, const vxFrequencyBuffer& b, vxFrequencyBuffer& c) {
@@ -115,14 +78,14 @@ void vfFrequencyMultiply(const vxFrequencyBuffer& a, const vxFrequencyBuffer& b,
         vfFrequencyMultiply(a, c);
         return;
     }
-    combineInto(a, b, c, product, vx_Messages::multiplySizesDiffer);
+    combineInto(a, b, c, vf_Elements().product, vx_Messages::multiplySizesDiffer);
 }
 
 void vfFrequencyConjugate(vxFrequencyBuffer& a) {
     checkInitialized(a, a);
     checkNotConsumed(a, a);
     float* samples = Access::data(a);
-    conjugate(samples, samples, Access::sampleCount(a));
+    vf_Elements().conjugate(samples, samples, samplesOf(a));
 }
 
 void vfFrequencyConjugate(const vxFrequencyBuffer& a, vxFrequencyBuffer& b) {
@@ -134,14 +97,14 @@ void vfFrequencyConjugate(const vxFrequencyBuffer& a, vxFrequencyBuffer& b) {
         return;
     }
     Access::takeState(b, a);
-    conjugate(Access::data(a), Access::data(b), Access::sampleCount(b));
+    vf_Elements().conjugate(Access::data(a), Access::data(b), samplesOf(b));
 }
 
 void vfFrequencyAdd(const vxFrequencyBuffer& a, vxFrequencyBuffer& b) {
     checkInitialized(b, a);
     checkNotConsumed(a, b);
     checkSizes(Access::size(a), Access::size(b), vx_Messages::addSizesDiffer);
-    update(a, b, sum);
+    update(a, b, vf_Elements().sum);
 }
 
 void vfFrequencyAdd(const vxFrequencyBuffer& a, const vxFrequencyBuffer& b, vxFrequencyBuffer& c) {
@@ -152,14 +115,14 @@ void vfFrequencyAdd(const vxFrequencyBuffer& a, const vxFrequencyBuffer& b, vxFr
         vfFrequencyAdd(a, c);
         return;
     }
-    combineInto(a, b, c, sum, vx_Messages::addSizesDiffer);
+    combineInto(a, b, c, vf_Elements().sum, vx_Messages::addSizesDiffer);
 }
 
 void vfFrequencySubtract(const vxFrequencyBuffer& a, vxFrequencyBuffer& b) {
     checkInitialized(b, a);
     checkNotConsumed(a, b);
     checkSizes(Access::size(a), Access::size(b), vx_Messages::subtractSizesDiffer);
-    update(a, b, difference);
+    update(a, b, vf_Elements().difference);
 }
 
 void vfFrequencySubtract(const vxFrequencyBuffer& a, const vxFrequencyBuffer& b, vxFrequencyBuffer& c) {
@@ -167,10 +130,10 @@ void vfFrequencySubtract(const vxFrequencyBuffer& a, const vxFrequencyBuffer& b,
     checkSizes(Access::size(a), Access::size(b), vx_Messages::subtractSizesDiffer);
     checkNotConsumed(a, b);
     if (&c != &b) {
-        combineInto(a, b, c, difference, vx_Messages::subtractSizesDiffer);
+        combineInto(a, b, c, vf_Elements().difference, vx_Messages::subtractSizesDiffer);
         return;
     }
     // Not commutative: c must take a's samples while b, the same buffer, is still needed.
     const vxFrequencyBuffer subtrahend(b);
-    combineInto(a, subtrahend, c, difference, vx_Messages::subtractSizesDiffer);
+    combineInto(a, subtrahend, c, vf_Elements().difference, vx_Messages::subtractSizesDiffer);
 }

@@ -83,80 +83,37 @@ float squaredMagnitude(const float* sample) {
     return sample[0] * sample[0] + sample[1] * sample[1];
 }
 
-// The least and the greatest squared magnitude. The comparisons differ on purpose: a NaN replaces the least,
-// and whatever comes after it replaces the NaN; the greatest never becomes NaN.
-struct Range {
-    float least = 1e20F;
-    float most = -1e20F;
+// The range of the squared magnitudes. The comparisons differ on purpose: a NaN replaces the least, and
+// whatever comes after it replaces the NaN; the greatest never becomes NaN.
+using Range = vx_Range<float>;
+constexpr Range emptyRange = {1e20F, -1e20F};
 
-    void add(float squared) {
-        least = squared >= least ? least : squared;
-        most = squared > most ? squared : most;
-    }
-};
-
-// The range of count / lanes samples for each lane, `lanes` apart; false when one is NaN.
-constexpr long lanes = 16;
-bool addToLanes(const float* samples, long count, Range (&ranges)[lanes]) {
-    float least[lanes];
-    float most[lanes];
-    float numbers[lanes];
-    for (long i = 0; i < lanes; ++i) {
-        least[i] = ranges[i].least;
-        most[i] = ranges[i].most;
-        numbers[i] = 1.0F;
-    }
-    for (long x = 0; x + lanes <= count; x += lanes) {
-        for (long i = 0; i < lanes; ++i) {
-            const float squared = squaredMagnitude(samples + 2 * (x + i));
-            least[i] = squared >= least[i] ? least[i] : squared;
-            most[i] = squared > most[i] ? squared : most[i];
-            numbers[i] = squared == squared ? numbers[i] : 0.0F;
-        }
-    }
-    bool allNumbers = true;
-    for (long i = 0; i < lanes; ++i) {
-        ranges[i] = {least[i], most[i]};
-        allNumbers = allNumbers && numbers[i] == 1.0F;
-    }
-    return allNumbers;
+void extend(Range& range, float squared) {
+    range.least = squared >= range.least ? range.least : squared;
+    range.most = squared > range.most ? squared : range.most;
 }
 
 Range rangeInOrder(const vxFrequencyBuffer& spatial) {
-    Range range;
+    Range range = emptyRange;
     for (long y = 0; y < Access::sourceHeight(spatial); ++y) {
         const float* samples = vf_SampleRow(spatial, y);
         for (long x = 0; x < Access::sourceWidth(spatial); ++x) {
-            range.add(squaredMagnitude(samples + 2 * x));
+            extend(range, squaredMagnitude(samples + 2 * x));
         }
     }
     return range;
 }
 
-// Without a NaN the order does not matter, and lanes are several times as fast.
+// Without a NaN the order does not matter.
 Range rangeOf(const vxFrequencyBuffer& spatial) {
-    const long width = Access::sourceWidth(spatial);
-    const long inLanes = width / lanes * lanes;
-    Range ranges[lanes];
-    Range rest;
-    bool numbers = true;
-    for (long y = 0; numbers && y < Access::sourceHeight(spatial); ++y) {
-        const float* samples = vf_SampleRow(spatial, y);
-        numbers = addToLanes(samples, inLanes, ranges);
-        for (long x = inLanes; x < width; ++x) {
-            const float squared = squaredMagnitude(samples + 2 * x);
-            numbers = numbers && squared == squared;
-            rest.add(squared);
+    const auto width = static_cast<std::size_t>(Access::sourceWidth(spatial));
+    Range range = emptyRange;
+    for (long y = 0; y < Access::sourceHeight(spatial); ++y) {
+        if (!vf_Elements().magnitudeRange(vf_SampleRow(spatial, y), width, range)) {
+            return rangeInOrder(spatial);
         }
     }
-    if (!numbers) {
-        return rangeInOrder(spatial);
-    }
-    for (const Range& range : ranges) {
-        rest.least = std::min(rest.least, range.least);
-        rest.most = std::max(rest.most, range.most);
-    }
-    return rest;
+    return range;
 }
 
 // Makes the least magnitude pel 0 and the greatest the maximum.

@@ -1,73 +1,48 @@
 #include "filt/fft/map_image.h"
 
-#include "filt/internal/convert.h"
+#include "filt/fft/kernels/instruction_sets.h"
 #include "filt/internal/pel_row.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
-#include <cstdint>
 
 namespace {
 using Pel = unsigned char;
 
-struct Range {
-    double lo = static_cast<double>(1e20F);
-    double hi = static_cast<double>(-1e20F);
-};
+using Range = vx_Range<double>;
 
-// The comparisons stand as they are for the sake of NaNs: one becomes hi until the next pel replaces it, and
-// never lo.
+// The comparisons stand as they are for the sake of NaNs: one becomes the greatest until the next pel
+// replaces it, and never the least.
 void extend(Range& range, const double* pels, long count) {
     for (long i = 0; i < count; ++i) {
-        if (!(range.hi >= pels[i])) {
-            range.hi = pels[i];
+        if (!(range.most >= pels[i])) {
+            range.most = pels[i];
         }
-        if (range.lo > pels[i]) {
-            range.lo = pels[i];
-        }
-    }
-}
-
-// The same for a row, unless it holds a NaN: then nothing happens, and the result is false. Without NaNs the
-// order of the pels does not matter, so each lane scans every eighth pel.
-bool extendByLanes(Range& range, const double* row, long width) {
-    constexpr long lanes = 8;
-    if (width < lanes || std::isnan(vf_SumOfMagnitudes(row, width))) {
-        return false;
-    }
-    std::array<double, lanes> lo;
-    std::copy_n(row, lanes, lo.begin());
-    std::array<double, lanes> hi = lo;
-    const long end = width - width % lanes;
-    for (long x = 0; x < end; x += lanes) {
-        for (std::size_t lane = 0; lane < lanes; ++lane) {
-            const double p = row[x + static_cast<long>(lane)];
-            lo[lane] = p < lo[lane] ? p : lo[lane];
-            hi[lane] = p > hi[lane] ? p : hi[lane];
+        if (range.least > pels[i]) {
+            range.least = pels[i];
         }
     }
-    extend(range, lo.data(), lanes);
-    extend(range, hi.data(), lanes);
-    extend(range, row + end, width - end);
-    return true;
 }
 
 Range rangeOf(const vxPelBuffer_const<double>& image) {
-    Range range;
+    Range range = {static_cast<double>(1e20F), static_cast<double>(-1e20F)};
     for (long y = 0; y < image.height(); ++y) {
         const double* row = vf_PelRow(image, y);
-        if (!extendByLanes(range, row, image.width())) {
+        Range extended = range;
+        if (vf_Elements().pelRange(row, static_cast<std::size_t>(image.width()), extended)) {
+            range = extended;
+        } else {
             extend(range, row, image.width());
         }
     }
     return range;
 }
 
-// From zero, not from lo, when lo is not negative: the stretch then starts at zero.
+// From zero, not from the least, when that is not negative: the stretch then starts at zero.
 double extent(const Range& range) {
-    const double extent = range.lo >= 0.0 ? range.hi : range.hi - range.lo;
+    const double extent = range.least >= 0.0 ? range.most : range.most - range.least;
     return extent > 0.0 ? extent : 1.0;
 }
 
@@ -79,48 +54,26 @@ void forEachRow(const vxPelBuffer_const<double>& source, const vxPelBuffer<Pel>&
     }
 }
 
-// Writes the low bits of map(p) for each pel p.
-template <class Map>
-void mapPels(const vxPelBuffer_const<double>& source, const vxPelBuffer<Pel>& result, Map map) {
-    forEachRow(source, result, [map](const double* from, Pel* to, long count) {
-        std::array<double, 256> mapped;
-        constexpr auto block = static_cast<long>(mapped.size());
-        for (long x = 0; x < count; x += block) {
-            const long size = std::min(block, count - x);
-            std::transform(from + x, from + x + size, mapped.begin(), map);
-            vf_StoreLowBits(mapped.data(), to + x, size);
-        }
-    });
-}
-
-// Writes map(p) for each pel p, limited to the range of the result.
-template <class Map>
-void mapPelsClipped(const vxPelBuffer_const<double>& source, const vxPelBuffer<Pel>& result, Map map) {
-    forEachRow(source, result, [map](const double* from, Pel* to, long count) {
-        for (long x = 0; x < count; ++x) {
-            // In this order of the arguments a NaN gives 0.
-            const double clipped = std::min(std::max(0.0, map(from[x])), 255.0);
-            to[x] = static_cast<Pel>(static_cast<std::int32_t>(clipped));
-        }
+// Writes a mapping of (p - low) * gain for each pel p.
+using MapPels = void (*)(const double* pels, std::size_t count, double low, double gain, Pel* to);
+void mapPels(const vxPelBuffer_const<double>& source, const vxPelBuffer<Pel>& result, MapPels map, double low,
+             double gain) {
+    forEachRow(source, result, [=](const double* from, Pel* to, long count) {
+        map(from, static_cast<std::size_t>(count), low, gain, to);
     });
 }
 
 void mapLinear(const vxPelBuffer_const<double>& source, const vxPelBuffer<Pel>& result) {
     const Range range = rangeOf(source);
-    const double gain = 255.0 / extent(range);
-    if (range.lo >= 0.0) {
-        mapPels(source, result, [=](double p) { return p * gain; });
-    } else {
-        mapPels(source, result, [=, lo = range.lo](double p) { return (p - lo) * gain; });
-    }
+    const double low = range.least >= 0.0 ? 0.0 : range.least;
+    mapPels(source, result, vf_Elements().wrappedPels, low, 255.0 / extent(range));
 }
 
 void mapLinearRange(const vxPelBuffer_const<double>& source, const vxPelBuffer<Pel>& result,
                     const Range& range) {
-    const double gain = 255.0 / extent(range);
-    // The shift by lo applies whatever its sign, though the range of a lo that is not negative starts at
-    // zero.
-    mapPelsClipped(source, result, [=, lo = range.lo](double p) { return (p - lo) * gain; });
+    // The shift by the least applies whatever its sign, though the range of one that is not negative starts
+    // at zero.
+    mapPels(source, result, vf_Elements().clippedPels, range.least, 255.0 / extent(range));
 }
 
 void mapLogarithmic(const vxPelBuffer_const<double>& source, const vxPelBuffer<Pel>& result) {
@@ -128,11 +81,17 @@ void mapLogarithmic(const vxPelBuffer_const<double>& source, const vxPelBuffer<P
     const double stretched = extent(range);
     // ln(range), not ln(range + 1): the brightest pels of a small range exceed 255 and wrap.
     const double gain = 255.0 / std::log(stretched < 2.0 ? 2.0 : stretched);
-    if (range.lo >= 0.0) {
-        mapPels(source, result, [=](double p) { return std::log(p + 1.0) * gain; });
-    } else {
-        mapPels(source, result, [=, lo = range.lo](double p) { return std::log(p - lo + 1.0) * gain; });
-    }
+    const double low = range.least >= 0.0 ? 0.0 : range.least;
+    forEachRow(source, result, [=](const double* from, Pel* to, long count) {
+        std::array<double, 256> logarithms;
+        constexpr auto block = static_cast<long>(logarithms.size());
+        for (long x = 0; x < count; x += block) {
+            const long size = std::min(block, count - x);
+            std::transform(from + x, from + x + size, logarithms.begin(),
+                           [low](double p) { return std::log(p - low + 1.0); });
+            vf_Elements().wrappedPels(logarithms.data(), static_cast<std::size_t>(size), 0.0, gain, to + x);
+        }
+    });
 }
 } // namespace
 
@@ -146,7 +105,7 @@ vxPelBuffer<unsigned char> vfFrequencyMapImage(const vxPelBuffer_const<double>& 
     result.copyXforms(src.xformCache());
     switch (mapping) {
     case vxFrequencyDefs::eClip:
-        mapPelsClipped(src, result, [](double p) { return p; });
+        mapPels(src, result, vf_Elements().clippedPels, 0.0, 1.0);
         break;
     case vxFrequencyDefs::eLinear:
         mapLinear(src, result);
@@ -158,7 +117,7 @@ vxPelBuffer<unsigned char> vfFrequencyMapImage(const vxPelBuffer_const<double>& 
         mapLogarithmic(src, result);
         break;
     case vxFrequencyDefs::eAngle:
-        mapPels(src, result, [](double p) { return p * 40.58451; });
+        mapPels(src, result, vf_Elements().wrappedPels, 0.0, 40.58451);
         break;
     default: // No pel is written.
         break;

@@ -78,6 +78,12 @@ struct vx_ArrayLanes {
     [[gnu::always_inline]] static V sqrt(const V& v) noexcept {
         return vf_EachLane<n>([&](std::size_t i) { return std::sqrt(v.lane[i]); });
     }
+    [[gnu::always_inline]] static V lesser(const V& a, const V& b) noexcept {
+        return vf_EachLane<n>([&](std::size_t i) { return a.lane[i] < b.lane[i] ? a.lane[i] : b.lane[i]; });
+    }
+    [[gnu::always_inline]] static V greater(const V& a, const V& b) noexcept {
+        return vf_EachLane<n>([&](std::size_t i) { return a.lane[i] > b.lane[i] ? a.lane[i] : b.lane[i]; });
+    }
     /// The first `pels` lanes as integers.
     template <class T>
     [[gnu::always_inline]] static void storeLowBits(T* to, const V& v, std::size_t pels) noexcept {

@@ -25,6 +25,8 @@ struct Lanes : vx_X86Lanes<Lanes, Vector> {
                                _mm256_cvtpd_ps(_mm256_loadu_pd(pels)));
     }
     static V sqrt(V v) noexcept { return _mm256_sqrt_ps(v); }
+    static V lesser(V a, V b) noexcept { return _mm256_min_ps(a, b); }
+    static V greater(V a, V b) noexcept { return _mm256_max_ps(a, b); }
     static bool fitIntegers(V v) noexcept {
         const V limit = _mm256_set1_ps(0x1p31F);
         const V below = _mm256_cmp_ps(v, limit, _CMP_LT_OQ);

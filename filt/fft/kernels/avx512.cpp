@@ -28,6 +28,8 @@ struct Lanes : vx_X86Lanes<Lanes, Vector> {
         return _mm512_maskz_insertf32x8(everyLane, low, eightOf(pels + 8), 1);
     }
     static V sqrt(V v) noexcept { return _mm512_maskz_sqrt_ps(everyLane, v); }
+    static V lesser(V a, V b) noexcept { return _mm512_maskz_min_ps(everyLane, a, b); }
+    static V greater(V a, V b) noexcept { return _mm512_maskz_max_ps(everyLane, a, b); }
     static bool fitIntegers(V v) noexcept {
         const V limit = _mm512_set1_ps(0x1p31F);
         const __mmask16 below = _mm512_cmp_ps_mask(v, limit, _CMP_LT_OQ);
@@ -40,10 +42,10 @@ struct Lanes : vx_X86Lanes<Lanes, Vector> {
         _mm512_mask_cvtepi32_storeu_epi16(pels, everyLane, truncated(v));
     }
     static void widen(V v, double* pels) noexcept {
-        float room[count];
-        std::memcpy(room, &v, sizeof room);
-        _mm512_storeu_pd(pels, _mm512_maskz_cvtps_pd(0xff, _mm256_loadu_ps(room)));
-        _mm512_storeu_pd(pels + 8, _mm512_maskz_cvtps_pd(0xff, _mm256_loadu_ps(room + 8)));
+        const __m256 low = __builtin_shufflevector(v, v, 0, 1, 2, 3, 4, 5, 6, 7);
+        const __m256 high = __builtin_shufflevector(v, v, 8, 9, 10, 11, 12, 13, 14, 15);
+        _mm512_storeu_pd(pels, _mm512_maskz_cvtps_pd(0xff, low));
+        _mm512_storeu_pd(pels + 8, _mm512_maskz_cvtps_pd(0xff, high));
     }
 
 private:

@@ -60,6 +60,12 @@ const vx_Kernels& vf_KernelsFor(const vxPair<long>& size) {
     return *best;
 }
 
+const vx_ElementKernels& vf_Elements() {
+    static const vx_Kernels& fastest = *kernelsOf(vf_SupportedInstructionSets().back());
+    const vx_Kernels* const only = forced;
+    return only == nullptr ? fastest.elements : only->elements;
+}
+
 std::vector<vx_InstructionSet> vf_SupportedInstructionSets() {
     std::vector<vx_InstructionSet> sets;
     for (const vx_InstructionSet set : slowestFirst) {

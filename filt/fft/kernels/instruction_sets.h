@@ -28,12 +28,16 @@ void vf_RealBackward(const vx_Plane& plane);
 /// The fastest kernels of the running processor for a spectrum of that size.
 [[nodiscard]] const vx_Kernels& vf_KernelsFor(const vxPair<long>& size);
 
+/// The fastest loops of the running processor over single samples, for any number of them.
+[[nodiscard]] const vx_ElementKernels& vf_Elements();
+
 /// Those of the running processor, from the slowest to the fastest.
 [[nodiscard]] std::vector<vx_InstructionSet> vf_SupportedInstructionSets();
 
 [[nodiscard]] const char* vf_InstructionSetName(vx_InstructionSet set);
 
-/// For tests and benchmarks: while it lives, every transform of the process takes this set, or one lane.
+/// For tests and benchmarks: while it lives, every transform of the process takes this set, or one lane,
+/// and every loop over samples this set.
 class vx_ForcedInstructionSet {
 public:
     explicit vx_ForcedInstructionSet(vx_InstructionSet set);

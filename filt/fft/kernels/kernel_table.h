@@ -1,10 +1,12 @@
 /// \file
-/// What one instruction set offers: the whole 2-D transforms, with the pels read and written on the way.
+/// What one instruction set offers: the whole 2-D transforms, with the pels read and written on the way, and
+/// the loops over single samples.
 ///
 /// From a public transform down to the butterfly: instruction_sets.cpp chooses a table; kernel_text.h says
 /// what its entries are; transform_2d.h goes over the rows (row_pass.h), then over the columns
 /// (column_pass.h); split_radix.h is the 1-D transform. Pels come in by row_sources.h and go out by
-/// magnitude.h; lanes.h is the arithmetic that all of it is written in.
+/// magnitude.h; elements.h has the loops over single samples; lanes.h is the arithmetic that all of it is
+/// written in.
 #pragma once
 
 #include "filt/fft/kernels/row_band.h"
@@ -70,6 +72,52 @@ struct vx_PelKernels {
     void (*magnitudes)(const float* samples, std::size_t count, const vx_PelScale& scale, T* pels);
 };
 
+/// The least and the greatest of some values.
+template <class T>
+struct vx_Range {
+    T least;
+    T most;
+};
+
+/// A row of a ring of frequencies: the sample of column u is sqrt(u * u + squaredV) bins from DC, and its gain
+/// is that of the profile at its distance from the centre of the ring.
+struct vx_RingRow {
+    double squaredV;
+    double centre;
+    double samplesPerBin;
+    double last; ///< Index of the profile's last gain, for all that is further away.
+    const float* profile;
+};
+
+/// Loops over interleaved samples, or over pels. An output is one of the inputs or shares nothing with them.
+struct vx_ElementKernels {
+    /// out = b * a, b + a, b - a.
+    void (*product)(const float* b, const float* a, float* out, std::size_t samples);
+    void (*sum)(const float* b, const float* a, float* out, std::size_t samples);
+    void (*difference)(const float* b, const float* a, float* out, std::size_t samples);
+    void (*conjugate)(const float* a, float* out, std::size_t samples);
+
+    /// out = in * gain.
+    void (*multiplyGains)(const float* in, const float* gains, float* out, std::size_t samples);
+
+    /// The gains of `count` columns of a ring from `begin` on.
+    void (*ringGains)(const vx_RingRow& row, std::int32_t begin, std::int32_t count, float* gains);
+
+    /// One part of each sample, scaled; its magnitude as vx_PelKernels has it.
+    void (*realParts)(const float* samples, std::size_t count, float scale, double* pels);
+    void (*imaginaryParts)(const float* samples, std::size_t count, float scale, double* pels);
+    void (*magnitudes)(const float* samples, std::size_t count, const vx_PelScale& scale, double* pels);
+
+    /// Extends a range by squared magnitudes or by pels. False when one of them is NaN: only one by one, in
+    /// order, do NaNs have the effect that they are to have, and the range is any.
+    bool (*magnitudeRange)(const float* samples, std::size_t count, vx_Range<float>& range);
+    bool (*pelRange)(const double* pels, std::size_t count, vx_Range<double>& range);
+
+    /// (pel - low) * gain, in this order, truncated: limited to 0 .. 255 with 0 for a NaN, or its low bits.
+    void (*clippedPels)(const double* pels, std::size_t count, double low, double gain, unsigned char* to);
+    void (*wrappedPels)(const double* pels, std::size_t count, double low, double gain, unsigned char* to);
+};
+
 struct vx_Kernels {
     vx_InstructionSet set;
 
@@ -83,6 +131,9 @@ struct vx_Kernels {
     /// vf_RealFFT2D, forward, and vf_ComplexFFT2D.
     void (*real)(const vx_Plane& plane);
     void (*complex)(const float* source, const vx_Plane& plane, int direction, const vx_RowBand& band);
+
+    /// For any number of samples.
+    vx_ElementKernels elements;
 
     template <vx_Pel T>
     [[nodiscard]] const vx_PelKernels<T>& pels() const noexcept;

@@ -2,6 +2,7 @@
 /// The table of one instruction set, made from the one text of the passes.
 #pragma once
 
+#include "filt/fft/kernels/elements.h"
 #include "filt/fft/kernels/kernel_table.h"
 #include "filt/fft/kernels/magnitude.h"
 #include "filt/fft/kernels/row_sources.h"
@@ -52,7 +53,8 @@ constexpr vx_PelKernels<T> vf_PelKernels() {
             vf_MagnitudesKernel<L, T>};
 }
 
-template <class L>
+/// `Wide` are the lanes of the loops over single samples: at least those of one sample.
+template <class L, class Wide = L>
 constexpr vx_Kernels vf_Kernels(vx_InstructionSet set) {
     return {set,
             L::count,
@@ -60,5 +62,6 @@ constexpr vx_Kernels vf_Kernels(vx_InstructionSet set) {
             vf_PelKernels<L, unsigned short>(),
             vf_PelKernels<L, double>(),
             vf_RealKernel<L, 1>,
-            vf_ComplexKernel<L>};
+            vf_ComplexKernel<L>,
+            vf_ElementKernels<Wide>()};
 }

@@ -121,6 +121,22 @@ struct vx_Patterns {
     struct Deinterleave {
         static constexpr std::size_t lane(std::size_t i) { return 2 * i + odd; }
     };
+    // Of each pair of lanes the first one twice: a0 a0 a2 a2 ...
+    struct EvenTwice {
+        static constexpr std::size_t lane(std::size_t i) { return i - i % 2; }
+    };
+    // Of each pair of lanes the second one: a1 b1 a3 b3 ...
+    struct OddOfBoth {
+        static constexpr std::size_t lane(std::size_t i) { return i - i % 2 + 1 + i % 2 * N; }
+    };
+    // The two lanes of each pair, swapped: a1 a0 a3 a2 ...
+    struct Swapped {
+        static constexpr std::size_t lane(std::size_t i) { return i % 2 == 0 ? i + 1 : i - 1; }
+    };
+    // a0 b1 a2 b3 ...
+    struct EvenThenOdd {
+        static constexpr std::size_t lane(std::size_t i) { return i + i % 2 * N; }
+    };
     // The first lane of b, then those of a from the last one down to the second.
     struct ReverseAfter {
         static constexpr std::size_t lane(std::size_t i) { return N - i; }

@@ -4,7 +4,7 @@
 #include "filt/internal/numerics.h"
 
 constinit const vx_Kernels vx_InstructionSets::single =
-    vf_Kernels<vx_ArrayLanes<1>>(vx_InstructionSet::portable);
+    vf_Kernels<vx_ArrayLanes<1>, vx_ArrayLanes<4>>(vx_InstructionSet::portable);
 
 void vf_RealBackward(const vx_Plane& plane) {
     vf_RealKernel<vx_ArrayLanes<1>, -1>(plane);

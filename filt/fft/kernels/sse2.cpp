@@ -26,6 +26,8 @@ struct Lanes : vx_X86Lanes<Lanes, Vector> {
         return _mm_movelh_ps(_mm_cvtpd_ps(_mm_loadu_pd(pels)), _mm_cvtpd_ps(_mm_loadu_pd(pels + 2)));
     }
     static V sqrt(V v) noexcept { return _mm_sqrt_ps(v); }
+    static V lesser(V a, V b) noexcept { return _mm_min_ps(a, b); }
+    static V greater(V a, V b) noexcept { return _mm_max_ps(a, b); }
     static bool fitIntegers(V v) noexcept {
         const V limit = _mm_set1_ps(0x1p31F);
         return _mm_movemask_ps(_mm_and_ps(_mm_cmplt_ps(v, limit), _mm_cmpge_ps(v, -limit))) == 0xf;

@@ -7,7 +7,7 @@
 
 #include <cstddef>
 
-/// `Set` adds load() from pels; sqrt(V); fitIntegers(V), whether all lanes fit 32-bit integers; narrow(V,
+/// `Set` adds load() from pels; sqrt(V), lesser(V, V) and greater(V, V); fitIntegers(V), whether all lanes fit 32-bit integers; narrow(V,
 /// pels) for both kinds of integers, which truncates to 32 bits and then to the pel; and widen(V, double*).
 template <class Set, class Vector>
 struct vx_X86Lanes : vx_VectorLanes<Set, Vector> {

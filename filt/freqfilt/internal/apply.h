@@ -17,7 +17,7 @@ struct vx_FilterBuffers : public vxFrequencyFilter {
 enum class vx_ResultSize { kept, asInput };
 
 /// The rows that the result is marked to be confined to, if any, in centred numbering.
-struct vx_RowBand {
+struct vx_MarkedRows {
     bool masked = false;
     long first = 0;
     long last = 0;
@@ -26,7 +26,7 @@ struct vx_RowBand {
 /// Applies a shape whose operand has been checked. `shape.multiply(in, out, outside)` multiplies its gains
 /// into samples; it was made before, so that nothing but sizing the result can fail once something changes.
 template <class Shape>
-void vf_ApplyShape(Shape shape, const vx_FilterKind& kind, long dcRadius, const vx_RowBand& band,
+void vf_ApplyShape(Shape shape, const vx_FilterKind& kind, long dcRadius, const vx_MarkedRows& band,
                    const vxFrequencyBuffer& in, vxFrequencyBuffer& out, vx_ResultSize resultSize) {
     const vx_DcSquare dcSquare(in, dcRadius, kind.dcSquare);
     if (resultSize == vx_ResultSize::asInput) {

@@ -47,7 +47,7 @@ void vf_ApplyBand(const Fields& fields, const vx_GainTable& profile, const vx_Fi
                   const vxFrequencyBuffer& in, vxFrequencyBuffer& out, vx_ResultSize resultSize) {
     vf_CheckOperand(in, profile, fields.size);
     vx_Ring ring(fields.frequency, fields.supportWidth, profile.gains(), fields.size);
-    vf_ApplyShape(std::move(ring), kind, fields.dcRadius, vx_RowBand{}, in, out, resultSize);
+    vf_ApplyShape(std::move(ring), kind, fields.dcRadius, vx_MarkedRows{}, in, out, resultSize);
 }
 
 template <class Fields>

@@ -51,7 +51,7 @@ void vf_ApplyGabor(const Fields& fields, const vx_GainTable& patch, const vx_Fil
                    const vxFrequencyBuffer& in, vxFrequencyBuffer& out, vx_ResultSize resultSize) {
     vf_CheckOperand(in, patch, fields.size);
     const vx_Lobe lobe(vf_LobeOf(fields), vf_SupportOf(fields), patch.gains());
-    const vx_RowBand band = marksRows ? lobe.rowBand() : vx_RowBand{};
+    const vx_MarkedRows band = marksRows ? lobe.rowBand() : vx_MarkedRows{};
     vf_ApplyShape(lobe, kind, fields.dcRadius, band, in, out, resultSize);
 }
 

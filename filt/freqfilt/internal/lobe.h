@@ -40,7 +40,7 @@ public:
     vx_Lobe(const vx_LobeParameters& lobe, const vxPair<long>& support, std::span<const float> patch);
 
     /// The rows y0 to y1, as the band that a result is confined to.
-    [[nodiscard]] vx_RowBand rowBand() const noexcept { return {true, y0_, y1_}; }
+    [[nodiscard]] vx_MarkedRows rowBand() const noexcept { return {true, y0_, y1_}; }
     /// Multiplies the gains into `in`, giving `out`: the same samples or others.
     void multiply(const float* in, float* out, vx_Outside outside) const;
 

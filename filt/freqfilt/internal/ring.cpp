@@ -1,11 +1,10 @@
 #include "filt/freqfilt/internal/ring.h"
 
+#include "filt/fft/kernels/instruction_sets.h"
 #include "filt/internal/convert.h"
 #include "filt/internal/numerics.h"
 
 #include <algorithm>
-#include <array>
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
 
@@ -78,29 +77,16 @@ vx_Ring::Runs vx_Ring::runsAt(long v) {
             run(width_ - end_ + 1, width_ - std::max(begin_, 1L) + 1, mirrored_.data())};
 }
 
-// The gains of the ring's columns in a row, one block after the other: first their places in the profile,
-// which compilers vectorise, then the gains.
+// The gains of the ring's columns in a row.
 void vx_Ring::findGains(std::int64_t squaredV) {
-    std::array<std::int32_t, 256> index;
-    constexpr auto block = static_cast<long>(index.size());
-    const double yy = static_cast<double>(squaredV);
-    const double centre = static_cast<double>(centre_);
-    const double last = static_cast<double>(profile_.size() - 1);
-    for (long begin = begin_; begin < end_; begin += block) {
-        const long count = std::min(block, end_ - begin);
-        for (std::int32_t i = 0; i < static_cast<std::int32_t>(count); ++i) {
-            // As exact as integers: u * u is, in rows of up to 2^27 columns, and yy was a double before.
-            const double u = static_cast<double>(static_cast<std::int32_t>(begin) + i);
-            const double distance = std::sqrt(u * u + yy) - centre;
-            index[static_cast<std::size_t>(i)] =
-                static_cast<std::int32_t>(std::min(std::fabs(distance * samplesPerBin), last));
-        }
-        float* gains = gains_.data() + begin;
-        for (long i = 0; i < count; ++i) {
-            gains[i] = profile_[static_cast<std::size_t>(index[static_cast<std::size_t>(i)])];
-        }
-    }
+    const vx_RingRow row = {.squaredV = static_cast<double>(squaredV),
+                            .centre = static_cast<double>(centre_),
+                            .samplesPerBin = samplesPerBin,
+                            .last = static_cast<double>(profile_.size() - 1),
+                            .profile = profile_.data()};
     if (begin_ < end_) {
+        vf_Elements().ringGains(row, static_cast<std::int32_t>(begin_),
+                                static_cast<std::int32_t>(end_ - begin_), gains_.data() + begin_);
         std::reverse_copy(gains_.data() + std::max(begin_, 1L), gains_.data() + end_, mirrored_.data());
     }
 }

@@ -1,28 +1,14 @@
 #include "filt/freqfilt/internal/row.h"
 
-#include "filt/internal/numerics.h"
+#include "filt/fft/kernels/instruction_sets.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace {
-// out = in * gain for each sample. No gain is skipped, not even 0 or 1: signs of zeros and NaNs would show
-// it.
-void multiply(const float* in, float* out, const float* gains, long count) {
-    for (long i = 0; i < count; ++i) {
-        out[2 * i] = in[2 * i] * gains[i];
-        out[2 * i + 1] = in[2 * i + 1] * gains[i];
-    }
-}
-
 void multiplyRun(const float* in, float* out, const vx_GainRun& run) {
-    const float* from = in + 2 * run.begin;
-    float* to = out + 2 * run.begin;
-    const long count = run.end - run.begin;
-    if (from == to) { // Said, so that the compiler can vectorise either loop.
-        multiply(to, to, run.gains, count);
-    } else {
-        multiply(from, to, run.gains, count);
-    }
+    vf_Elements().multiplyGains(in + 2 * run.begin, run.gains, out + 2 * run.begin,
+                                static_cast<std::size_t>(run.end - run.begin));
 }
 
 void finishOutside(const float* in, float* out, long begin, long end, vx_Outside outside) {

@@ -1,0 +1,276 @@
+/// \file
+/// The loops that take each sample or pel by itself: spectrum arithmetic, gains, views, ranges, mappings.
+///
+/// Samples are (real, imaginary) pairs of adjacent lanes. A whole vector is loaded, computed and stored at a
+/// time; what is left over at the end goes the same way through a vector's room of its own, so that no memory
+/// outside the arrays is touched. An output is one of the inputs or shares nothing with them.
+///
+/// Loops over doubles and bytes stand as plain ones: compilers make of them what each instruction set has, as
+/// long as nothing in them depends on the order of the pels. Where it does, because of a NaN, the loop says
+/// so and its caller takes the pels one by one.
+#pragma once
+
+#include "filt/fft/kernels/kernel_table.h"
+#include "filt/fft/kernels/lanes.h"
+#include "filt/fft/kernels/magnitude.h"
+#include "filt/internal/convert.h"
+
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+
+/// out = rule(a, b) for each vector of `floats` floats.
+template <class L, class Rule>
+[[gnu::always_inline]] inline void vf_EachVector(const float* a, const float* b, float* out,
+                                                 std::size_t floats, Rule rule) noexcept {
+    constexpr std::size_t N = L::count;
+    std::size_t i = 0;
+    for (; i + N <= floats; i += N) {
+        L::store(out + i, rule(L::load(a + i), L::load(b + i)));
+    }
+    if (i < floats) {
+        float aRoom[N] = {};
+        float bRoom[N] = {};
+        vf_Copy<L>(a + i, floats - i, aRoom);
+        vf_Copy<L>(b + i, floats - i, bRoom);
+        L::store(aRoom, rule(L::load(aRoom), L::load(bRoom)));
+        vf_Copy<L>(aRoom, floats - i, out + i);
+    }
+}
+
+/// out = b * a, b being the operand that is updated.
+template <class L>
+void vf_ProductKernel(const float* b, const float* a, float* out, std::size_t samples) {
+    using P = vx_Patterns<L>;
+    using V = typename L::V;
+    // (b.re a.re - b.im a.im, b.im a.re + b.re a.im)
+    vf_EachVector<L>(
+        b, a, out, 2 * samples, [](V y, V x) __attribute__((always_inline)) {
+            const V re = L::template shuffle<typename P::EvenTwice>(x, x);
+            const V im = L::template shuffle<typename P::OddOfBoth>(-x, x);
+            return re * y + im * L::template shuffle<typename P::Swapped>(y, y);
+        });
+}
+
+template <class L>
+void vf_SumKernel(const float* b, const float* a, float* out, std::size_t samples) {
+    using V = typename L::V;
+    vf_EachVector<L>(
+        b, a, out, 2 * samples, [](V y, V x) __attribute__((always_inline)) { return y + x; });
+}
+
+template <class L>
+void vf_DifferenceKernel(const float* b, const float* a, float* out, std::size_t samples) {
+    using V = typename L::V;
+    vf_EachVector<L>(
+        b, a, out, 2 * samples, [](V y, V x) __attribute__((always_inline)) { return y - x; });
+}
+
+template <class L>
+void vf_ConjugateKernel(const float* a, float* out, std::size_t samples) {
+    using P = vx_Patterns<L>;
+    using V = typename L::V;
+    vf_EachVector<L>(
+        a, a, out, 2 * samples, [](V x, V /*x*/) __attribute__((always_inline)) {
+            return L::template shuffle<typename P::EvenThenOdd>(x, -x);
+        });
+}
+
+/// Calls visit(first, samples, count) for each N samples, or as many as are left, where 2 N floats from
+/// `samples` on may be read. Those that are no samples are copies of the first of them.
+template <class L, class Visit>
+[[gnu::always_inline]] inline void vf_EachBlock(const float* samples, std::size_t count, Visit visit) {
+    constexpr std::size_t N = L::count;
+    std::size_t first = 0;
+    for (; first + N <= count; first += N) {
+        visit(first, samples + 2 * first, N);
+    }
+    if (first < count) {
+        float room[2 * N];
+        for (std::size_t i = 0; i < N; ++i) {
+            vf_Copy<L>(samples + 2 * (first + i < count ? first + i : first), 2, room + 2 * i);
+        }
+        visit(first, room, count - first);
+    }
+}
+
+/// The real (0) or imaginary (1) parts of N samples.
+template <class L, std::size_t part>
+[[gnu::always_inline]] inline typename L::V vf_PartOf(const float* samples) noexcept {
+    using P = vx_Patterns<L>;
+    return L::template shuffle<typename P::template Deinterleave<part>>(L::load(samples),
+                                                                        L::load(samples + L::count));
+}
+
+template <class L, std::size_t part>
+void vf_PartKernel(const float* samples, std::size_t count, float scale, double* pels) {
+    vf_EachBlock<L>(
+        samples,
+        count, [=](std::size_t first, const float* from, std::size_t lanes) __attribute__((always_inline)) {
+            L::storeWidened(pels + first, vf_PartOf<L, part>(from) * scale, lanes);
+        });
+}
+
+/// Extends the range by the squared magnitudes; false, and any range, when one is NaN.
+template <class L>
+bool vf_MagnitudeRangeKernel(const float* samples, std::size_t count, vx_Range<float>& range) {
+    using V = typename L::V;
+    V least = L::fill(range.least);
+    V most = L::fill(range.most);
+    V sum = L::fill(0.0F); // Of what is not negative: NaN exactly when one of them is.
+    vf_EachBlock<L>(
+        samples, count,
+        [&](std::size_t /*first*/, const float* from, std::size_t /*lanes*/) __attribute__((always_inline)) {
+            const V re = vf_PartOf<L, 0>(from);
+            const V im = vf_PartOf<L, 1>(from);
+            const V squared = re * re + im * im;
+            least = L::lesser(squared, least);
+            most = L::greater(squared, most);
+            sum = sum + squared;
+        });
+    float leasts[L::count];
+    float mosts[L::count];
+    float sums[L::count];
+    L::store(leasts, least);
+    L::store(mosts, most);
+    L::store(sums, sum);
+    bool numbers = true;
+    for (std::size_t i = 0; i < L::count; ++i) {
+        range.least = leasts[i] < range.least ? leasts[i] : range.least;
+        range.most = mosts[i] > range.most ? mosts[i] : range.most;
+        numbers = numbers && sums[i] == sums[i];
+    }
+    return numbers;
+}
+
+/// out = in * gain for each sample. No gain is skipped, not even 0 or 1: signs of zeros and NaNs would show
+/// it.
+template <class L>
+void vf_GainKernel(const float* in, const float* gains, float* out, std::size_t samples) {
+    using P = vx_Patterns<L>;
+    using V = typename L::V;
+    constexpr std::size_t N = L::count;
+    const auto multiply =
+        [](const float* from, const float* factors, float* to) __attribute__((always_inline)) {
+        const V g = L::load(factors);
+        const V low = L::template shuffle<typename P::template Interleave<0>>(g, g);
+        const V high = L::template shuffle<typename P::template Interleave<1>>(g, g);
+        const V product = L::load(from) * low;
+        L::store(to + N, L::load(from + N) * high);
+        L::store(to, product);
+    };
+    std::size_t i = 0;
+    for (; i + N <= samples; i += N) {
+        multiply(in + 2 * i, gains + i, out + 2 * i);
+    }
+    if (i < samples) {
+        float room[2 * N] = {};
+        float gainRoom[N] = {};
+        vf_Copy<L>(in + 2 * i, 2 * (samples - i), room);
+        vf_Copy<L>(gains + i, samples - i, gainRoom);
+        multiply(room, gainRoom, room);
+        vf_Copy<L>(room, 2 * (samples - i), out + 2 * i);
+    }
+}
+
+/// The gains of the columns from `begin` on in a row of a ring.
+template <class L>
+void vf_RingKernel(const vx_RingRow& row, std::int32_t begin, std::int32_t count, float* gains) {
+    constexpr std::int32_t block = 256;
+    std::int32_t index[block];
+    for (std::int32_t done = 0; done < count; done += block) {
+        const std::int32_t size = count - done < block ? count - done : block;
+        for (std::int32_t i = 0; i < size; ++i) {
+            // As exact as integers: u * u is, in rows of up to 2^27 columns, and the square was a double
+            // before.
+            const double u = static_cast<double>(begin + done + i);
+            const double distance = std::sqrt(u * u + row.squaredV) - row.centre;
+            const double place = std::fabs(distance * row.samplesPerBin);
+            index[i] = static_cast<std::int32_t>(place < row.last ? place : row.last);
+        }
+        for (std::int32_t i = 0; i < size; ++i) {
+            gains[done + i] = row.profile[index[i]];
+        }
+    }
+}
+
+/// Extends the range by the pels; false, and any range, when one is NaN.
+template <class L>
+bool vf_PelRangeKernel(const double* pels, std::size_t count, vx_Range<double>& range) {
+    constexpr std::size_t lanes = 16;
+    double least[lanes];
+    double most[lanes];
+    double sum[lanes];
+    for (std::size_t lane = 0; lane < lanes; ++lane) {
+        least[lane] = range.least;
+        most[lane] = range.most;
+        sum[lane] = 0.0;
+    }
+    const auto add = [&](std::size_t lane, double p) __attribute__((always_inline)) {
+        least[lane] = p < least[lane] ? p : least[lane];
+        most[lane] = p > most[lane] ? p : most[lane];
+        sum[lane] += std::fabs(p); // NaN exactly when one of them is.
+    };
+    std::size_t i = 0;
+    for (; i + lanes <= count; i += lanes) {
+        for (std::size_t lane = 0; lane < lanes; ++lane) {
+            add(lane, pels[i + lane]);
+        }
+    }
+    for (std::size_t lane = 0; i < count; ++i, ++lane) {
+        add(lane, pels[i]);
+    }
+    bool numbers = true;
+    for (std::size_t lane = 0; lane < lanes; ++lane) {
+        range.least = least[lane] < range.least ? least[lane] : range.least;
+        range.most = most[lane] > range.most ? most[lane] : range.most;
+        numbers = numbers && sum[lane] == sum[lane];
+    }
+    return numbers;
+}
+
+/// (p - low) * gain for each pel p, truncated, limited to the range of the result; 0 for a NaN.
+template <class L>
+void vf_ClippedPelKernel(const double* pels, std::size_t count, double low, double gain, unsigned char* to) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const double value = (pels[i] - low) * gain;
+        const double positive = value > 0.0 ? value : 0.0;
+        to[i] = static_cast<unsigned char>(static_cast<std::int32_t>(positive < 255.0 ? positive : 255.0));
+    }
+}
+
+/// The low bits of (p - low) * gain, truncated, for each pel p. Unless they are huge, all values of a block
+/// fit 32 bits; that conversion every processor has for several values at once, and the low bits are the
+/// same.
+template <class L>
+void vf_WrappedPelKernel(const double* pels, std::size_t count, double low, double gain, unsigned char* to) {
+    constexpr std::size_t block = 256;
+    constexpr double limit = 0x1p31;
+    double values[block];
+    for (std::size_t done = 0; done < count; done += block) {
+        const std::size_t size = vf_Smaller<L>(block, count - done);
+        std::int64_t huge = 0;
+        for (std::size_t i = 0; i < size; ++i) {
+            values[i] = (pels[done + i] - low) * gain;
+            huge |= std::fabs(values[i]) < limit ? 0 : 1; // A NaN is huge.
+        }
+        if (huge == 0) {
+            for (std::size_t i = 0; i < size; ++i) {
+                to[done + i] = static_cast<unsigned char>(static_cast<std::int32_t>(values[i]));
+            }
+        } else {
+            for (std::size_t i = 0; i < size; ++i) {
+                to[done + i] = vf_LowBits<unsigned char>(values[i]);
+            }
+        }
+    }
+}
+
+template <class L>
+constexpr vx_ElementKernels vf_ElementKernels() {
+    return {vf_ProductKernel<L>,        vf_SumKernel<L>,      vf_DifferenceKernel<L>,
+            vf_ConjugateKernel<L>,      vf_GainKernel<L>,     vf_RingKernel<L>,
+            vf_PartKernel<L, 0>,        vf_PartKernel<L, 1>,  vf_MagnitudesKernel<L, double>,
+            vf_MagnitudeRangeKernel<L>, vf_PelRangeKernel<L>, vf_ClippedPelKernel<L>,
+            vf_WrappedPelKernel<L>};
+}
