@@ -1,6 +1,7 @@
 #include "filt/fft/map_image.h"
 
 #include "filt/fft/kernels/instruction_sets.h"
+#include "filt/internal/numerics.h"
 #include "filt/internal/pel_row.h"
 
 #include <algorithm>
