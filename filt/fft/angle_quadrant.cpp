@@ -24,28 +24,29 @@ struct Quadrant {
 };
 
 template <class Reader>
-vxPelBuffer<typename Reader::Pel> read(const vxFrequencyBuffer& spatial) {
-    vx_FrequencyBufferAccess::requireSamples(spatial);
+vxPelBuffer<typename Reader::Pel> read(const vx_SpatialSamples& spatial) {
     vxAttention::check();
-    return vf_Wrapped(spatial, vf_ImageOf<typename Reader::Pel>(spatial, Reader::valueOf));
+    return vf_Wrapped(spatial.buffer, vf_ImageOf<typename Reader::Pel>(spatial, Reader::valueOf));
 }
 
 } // namespace
 
-vxPelBuffer<double> vf_AngleImage(const vxFrequencyBuffer& spatial) {
+vxPelBuffer<double> vf_AngleImage(const vx_SpatialSamples& spatial) {
     return read<Angle>(spatial);
 }
 
-vxPelBuffer<unsigned char> vf_QuadrantImage(const vxFrequencyBuffer& spatial) {
+vxPelBuffer<unsigned char> vf_QuadrantImage(const vx_SpatialSamples& spatial) {
     return read<Quadrant>(spatial);
 }
 
 void vf_ComputeAngleImage(const vxFrequencyBuffer& buffer, vxPelBuffer<double>& angle) {
-    vf_Deliver(vf_AngleImage(buffer), angle);
+    vx_FrequencyBufferAccess::requireSamples(buffer);
+    vf_Deliver(vf_AngleImage(vf_SamplesOf(buffer)), angle);
 }
 
 void vf_ComputeQuadrantImage(const vxFrequencyBuffer& buffer, vxPelBuffer<unsigned char>& quadrant) {
-    vf_Deliver(vf_QuadrantImage(buffer), quadrant);
+    vx_FrequencyBufferAccess::requireSamples(buffer);
+    vf_Deliver(vf_QuadrantImage(vf_SamplesOf(buffer)), quadrant);
 }
 
 template <vx_Pel T>

@@ -1,6 +1,7 @@
 #include "filt/fft/inverse_fft.h"
 
 #include "filt/fft/internal/angle_quadrant_images.h"
+#include "filt/fft/internal/inverse_samples.h"
 #include "filt/fft/internal/spatial_images.h"
 #include "filt/fft/internal/transformable.h"
 #include "filt/fft/kernels/instruction_sets.h"
@@ -17,11 +18,11 @@ namespace {
 
 // Not (value >= 0) instead of (0 > value): a NaN counts as negative. It goes with the magnitudes and has no
 // cancellation point of its own.
-vxPelBuffer<unsigned char> nanNegativeQuadrantImage(const vxFrequencyBuffer& spatial) {
+vxPelBuffer<unsigned char> nanNegativeQuadrantImage(const vx_SpatialSamples& spatial) {
     const auto code = [](float re, float im) {
         return static_cast<unsigned char>((re >= 0.0F ? 0 : 1) | (im >= 0.0F ? 0 : 2));
     };
-    return vf_Wrapped(spatial, vf_ImageOf<unsigned char>(spatial, code));
+    return vf_Wrapped(spatial.buffer, vf_ImageOf<unsigned char>(spatial, code));
 }
 
 // How a magnitude image of pels P with a second image of pels S is made.
@@ -29,7 +30,7 @@ template <vx_Pel P, vx_Pel S>
 struct Member {
     double maximum;        // Of a normalised image; 0: never normalised.
     bool offsetBeforeWrap; // Otherwise the wrap starts from (0, 0), which shifts nothing.
-    vxPelBuffer<S> (*secondImage)(const vxFrequencyBuffer& spatial);
+    vxPelBuffer<S> (*secondImage)(const vx_SpatialSamples& spatial);
     bool secondWrittenFirst; // Shows only where the two outputs share memory.
 };
 
@@ -52,25 +53,19 @@ void requireInvertible(const vxFrequencyBuffer& buffer) {
     }
 }
 
-// The spatial samples: the buffer's own, transformed here unless it is consumed, or those of a transformed
-// copy.
-const vxFrequencyBuffer& spatialSamples(vxFrequencyBuffer& buffer, vxFrequencyBuffer& copy, bool inPlace) {
-    if (Access::inverseComputed(buffer)) {
-        return buffer;
-    }
-    if (inPlace) {
-        vf_TransformInPlace(buffer, -1, vf_NonzeroRows(buffer));
-        return buffer;
-    }
-    vf_TransformCopy(buffer, copy, -1, vf_NonzeroRows(buffer));
-    return copy;
-}
-
 // A flag that is set is not set again: const buffers that are consumed come here too, and are never written.
 void markConsumed(vxFrequencyBuffer& buffer) {
     if (!Access::inverseComputed(buffer)) {
         Access::inverseComputed(buffer, true);
     }
+}
+
+// Samples of a consumed buffer are spatial already. A cancellation point either way.
+void transform(vx_InverseSamples& working) {
+    if (!working.transformed()) {
+        working.transform();
+    }
+    vxAttention::check();
 }
 
 float scaleOf(const vxFrequencyBuffer& spatial) {
@@ -93,31 +88,29 @@ void extend(Range& range, float squared) {
     range.most = squared > range.most ? squared : range.most;
 }
 
-Range rangeInOrder(const vxFrequencyBuffer& spatial) {
+Range rangeInOrder(const vx_SpatialSamples& spatial) {
     Range range = emptyRange;
-    for (long y = 0; y < Access::sourceHeight(spatial); ++y) {
-        const float* samples = vf_SampleRow(spatial, y);
-        for (long x = 0; x < Access::sourceWidth(spatial); ++x) {
-            extend(range, squaredMagnitude(samples + 2 * x));
+    vf_ForEachRun(spatial, [&range](const float* samples, long count, long, long) {
+        for (long i = 0; i < count; ++i) {
+            extend(range, squaredMagnitude(samples + 2 * i));
         }
-    }
+    });
     return range;
 }
 
 // Without a NaN the order does not matter.
-Range rangeOf(const vxFrequencyBuffer& spatial) {
-    const auto width = static_cast<std::size_t>(Access::sourceWidth(spatial));
+Range rangeOf(const vx_SpatialSamples& spatial) {
+    const auto& elements = vf_Elements();
     Range range = emptyRange;
-    for (long y = 0; y < Access::sourceHeight(spatial); ++y) {
-        if (!vf_Elements().magnitudeRange(vf_SampleRow(spatial, y), width, range)) {
-            return rangeInOrder(spatial);
-        }
-    }
-    return range;
+    bool numbers = true;
+    vf_ForEachRun(spatial, [&](const float* samples, long count, long, long) {
+        numbers = numbers && elements.magnitudeRange(samples, static_cast<std::size_t>(count), range);
+    });
+    return numbers ? range : rangeInOrder(spatial);
 }
 
 // Makes the least magnitude pel 0 and the greatest the maximum.
-vx_PelScale stretchOf(const vxFrequencyBuffer& spatial, float scale, double maximum) {
+vx_PelScale stretchOf(const vx_SpatialSamples& spatial, float scale, double maximum) {
     const Range range = rangeOf(spatial);
     const float low = sqrtf(range.least) * scale;
     const float high = sqrtf(range.most) * scale;
@@ -132,17 +125,24 @@ const vx_PelKernels<P>& kernelsFor(const vxFrequencyBuffer& buffer) {
     return vf_KernelsFor(Access::size(buffer)).pels<P>();
 }
 
-// `maximum` is that of a normalised image, or 0.
+// The magnitudes of samples that are transformed here, if they are not yet. `maximum` is that of a normalised
+// image, or 0.
 template <vx_Pel P>
-vxPelBuffer<P> magnitudeImage(const vxFrequencyBuffer& spatial, double maximum) {
-    const float scale = scaleOf(spatial);
-    const vx_PelScale pelScale = maximum > 0.0 ? stretchOf(spatial, scale, maximum) : vx_PelScale{scale};
-    const vx_PelKernels<P>& kernels = kernelsFor<P>(spatial);
-    vxPelBuffer<P> image = vf_UnsetImageOf<P>(spatial);
-    for (long y = 0; y < image.height(); ++y) {
-        kernels.magnitudes(vf_SampleRow(spatial, y), static_cast<std::size_t>(image.width()), pelScale,
-                           vf_PelRow(image, y));
+vxPelBuffer<P> magnitudeImage(vx_InverseSamples& working, double maximum) {
+    const vx_SpatialSamples& spatial = working.samples();
+    const float scale = scaleOf(spatial.buffer);
+    vxPelBuffer<P> image = vf_UnsetImageOf<P>(spatial.buffer);
+    if (!working.transformed() && maximum == 0.0) {
+        working.transform(vx_PelScale{scale}, image);
+        vxAttention::check();
+        return image;
     }
+    transform(working);
+    const vx_PelScale pelScale = maximum > 0.0 ? stretchOf(spatial, scale, maximum) : vx_PelScale{scale};
+    const vx_PelKernels<P>& kernels = kernelsFor<P>(spatial.buffer);
+    vf_ForEachRun(spatial, [&](const float* samples, long count, long x, long y) {
+        kernels.magnitudes(samples, static_cast<std::size_t>(count), pelScale, vf_PelRow(image, y) + x);
+    });
     return image;
 }
 
@@ -162,7 +162,6 @@ template <vx_Pel P, vx_Pel S>
 void invert(const Member<P, S>& member, vxFrequencyBuffer& buffer, vxPelBuffer<P>& image,
             vxPelBuffer<S>* second, bool normalize, bool inPlace) {
     requireInvertible(buffer);
-    vxFrequencyBuffer copy;
     vxPelBuffer<P> mainImage;
     vxPelBuffer<S> secondImage;
     const double maximum = normalize ? member.maximum : 0.0;
@@ -171,11 +170,10 @@ void invert(const Member<P, S>& member, vxFrequencyBuffer& buffer, vxPelBuffer<P
         mainImage = directMagnitudeImage<P>(buffer);
         vxAttention::check();
     } else {
-        const vxFrequencyBuffer& spatial = spatialSamples(buffer, copy, inPlace);
-        vxAttention::check();
-        mainImage = magnitudeImage<P>(spatial, maximum);
+        vx_InverseSamples working(buffer, inPlace);
+        mainImage = magnitudeImage<P>(working, maximum);
         if (second != nullptr) {
-            secondImage = member.secondImage(spatial);
+            secondImage = member.secondImage(working.samples());
         }
     }
     if (inPlace) {
@@ -247,14 +245,15 @@ void vfInverseFFT(const vxFrequencyBuffer& buffer, vxPelBuffer<T>& image, bool n
 void vfInverseFFT(vxFrequencyBuffer& buffer, vxPelBuffer<double>& real, vxPelBuffer<double>& imaginary,
                   bool inPlace) {
     requireInvertible(buffer);
-    vxFrequencyBuffer copy;
-    const vxFrequencyBuffer& spatial = spatialSamples(buffer, copy, inPlace);
-    vxAttention::check();
-    const float scale = scaleOf(spatial);
+    vx_InverseSamples working(buffer, inPlace);
+    transform(working);
+    const vx_SpatialSamples& spatial = working.samples();
+    const float scale = scaleOf(spatial.buffer);
     const auto realPel = [scale](float re, float) { return static_cast<double>(re * scale); };
     const auto imaginaryPel = [scale](float, float im) { return static_cast<double>(im * scale); };
-    const vxPelBuffer<double> realImage = vf_Wrapped(spatial, vf_ImageOf<double>(spatial, realPel));
-    const vxPelBuffer<double> imaginaryImage = vf_Wrapped(spatial, vf_ImageOf<double>(spatial, imaginaryPel));
+    const vxPelBuffer<double> realImage = vf_Wrapped(spatial.buffer, vf_ImageOf<double>(spatial, realPel));
+    const vxPelBuffer<double> imaginaryImage =
+        vf_Wrapped(spatial.buffer, vf_ImageOf<double>(spatial, imaginaryPel));
     if (inPlace) {
         markConsumed(buffer);
     }

@@ -24,7 +24,7 @@ void vf_TransformColumns(const Load& load, std::size_t height, const vx_Twiddles
 template <class L, int direction = 1, class Records>
 auto vf_RecordLoader(const Records& records, std::size_t column) {
     const float* const first = records.columns(column);
-    const std::size_t step = records.step();
+    const std::size_t step = records.step(column);
     return [=](std::size_t v) __attribute__((always_inline)) {
         const float* record = first + v * step;
         return vf_Directed<L, direction>(L::load(record), L::load(record + L::count));
@@ -44,12 +44,12 @@ template <class L>
 template <class L, int direction>
 class vx_SpectrumColumns {
 public:
-    explicit vx_SpectrumColumns(const vx_Plane& plane) noexcept : plane_(plane) {}
+    explicit vx_SpectrumColumns(const vx_SplitPlane& plane) noexcept : plane_(plane) {}
 
     /// The store of the columns from `column` on.
     [[nodiscard]] auto from(std::size_t column) const noexcept {
-        float* const first = plane_.data + 2 * column;
-        const std::size_t step = 2 * plane_.width;
+        float* const first = plane_.columns(column);
+        const std::size_t step = plane_.step(column);
         return [ first, step ](std::size_t v, const vx_LaneSample<L>& x) __attribute__((always_inline)) {
             const vx_LaneSample<L> y = vf_Directed<L, direction>(x.re, x.im);
             vf_StoreInterleaved<L>(first + v * step, y.re, y.im);
@@ -57,12 +57,34 @@ public:
     }
 
 private:
-    vx_Plane plane_;
+    vx_SplitPlane plane_;
+};
+
+/// Hands the columns to two that take them.
+template <class First, class Second>
+class vx_BothColumns {
+public:
+    vx_BothColumns(const First& first, const Second& second) noexcept : first_(first), second_(second) {}
+
+    [[nodiscard]] auto from(std::size_t column) const noexcept {
+        return [ first = first_.from(column), second = second_.from(column) ](std::size_t v, const auto& x)
+            __attribute__((always_inline)) {
+            first(v, x);
+            second(v, x);
+        };
+    }
+
+private:
+    First first_;
+    Second second_;
 };
 
 /// Puts the columns of a half spectrum where their records were, and their conjugates at the negative
 /// frequencies, column width - u of row -v. For these to fill whole vectors, those of columns column + 1 ..
 /// column + L::count are written: the last one has been transformed before.
+///
+/// With each sample the memory is fetched where the next record's go, since no processor foresees accesses
+/// that are whole rows apart.
 template <class L, int direction>
 class vx_HermitianStore {
 public:
@@ -70,6 +92,7 @@ public:
         : first_(plane.data + 2 * column)
         , mirror_(plane.data + 2 * (plane.width - column - L::count))
         , step_(2 * plane.width)
+        , next_(column == 0 ? 0 : 2 * L::count)
         , height_(plane.height)
         , nextIsNyquist_(column + L::count == plane.width / 2) {}
 
@@ -83,6 +106,8 @@ public:
         const V re = L::template shuffle<Pattern>(y.re, L::fill(to[2 * N]));
         const V im = L::template shuffle<Pattern>(y.im, L::fill(to[2 * N + 1]));
         float* const mirror = mirror_ + (v == 0 ? 0 : height_ - v) * step_;
+        vf_Fetch<L>(to - next_, 2 * N);
+        vf_Fetch<L>(mirror + next_, 2 * N);
         if (!nextIsNyquist_) {
             vf_StoreInterleaved<L>(mirror, re, -im);
         } else {
@@ -97,6 +122,8 @@ private:
     float* first_;
     float* mirror_;
     std::size_t step_;
+    std::size_t
+        next_; ///< Floats to the next record, down, and to that of its conjugates, up; 0: none follows.
     std::size_t height_;
     bool nextIsNyquist_;
 };

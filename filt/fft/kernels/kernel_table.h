@@ -27,6 +27,28 @@ struct vx_Plane {
     }
 };
 
+/// Such storage whose columns from `left.width` on, if any, are in memory of their own.
+struct vx_SplitPlane {
+    vx_Plane left;
+    vx_Plane right;
+
+    [[gnu::always_inline]] vx_SplitPlane(const vx_Plane& first, const vx_Plane& second) noexcept
+        : left(first), right(second) {}
+    [[gnu::always_inline]] vx_SplitPlane(const vx_Plane& whole) noexcept
+        : left(whole), right{nullptr, 0, whole.height} {}
+
+    [[nodiscard, gnu::always_inline]] std::size_t width() const noexcept { return left.width + right.width; }
+    [[nodiscard, gnu::always_inline]] std::size_t height() const noexcept { return left.height; }
+    /// The sample of row 0 in a column.
+    [[nodiscard, gnu::always_inline]] float* columns(std::size_t column) const noexcept {
+        return column < left.width ? left.data + 2 * column : right.data + 2 * (column - left.width);
+    }
+    /// Floats from a sample of that column to that of the next row.
+    [[nodiscard, gnu::always_inline]] std::size_t step(std::size_t column) const noexcept {
+        return 2 * (column < left.width ? left.width : right.width);
+    }
+};
+
 /// The pels of an image, wherever its offset is.
 template <class T>
 struct vx_Pels {
@@ -67,6 +89,10 @@ struct vx_PelKernels {
     /// The magnitudes of the inverse of a spectrum, which stays as it is, as pels.
     void (*inverseMagnitude)(const vx_Plane& spectrum, const vx_RowBand& band, const vx_PelScale& scale,
                              const vx_Pels<T>& image);
+
+    /// The same of a spectrum that `samples` may share, which become the spatial samples, unscaled.
+    void (*inverse)(const float* spectrum, const vx_SplitPlane& samples, const vx_RowBand& band,
+                    const vx_PelScale& scale, const vx_Pels<T>& image);
 
     /// The magnitudes of `count` spatial samples as pels.
     void (*magnitudes)(const float* samples, std::size_t count, const vx_PelScale& scale, T* pels);
@@ -128,9 +154,10 @@ struct vx_Kernels {
     vx_PelKernels<unsigned short> words;
     vx_PelKernels<double> doubles;
 
-    /// vf_RealFFT2D, forward, and vf_ComplexFFT2D.
+    /// vf_RealFFT2D, forward, and vf_ComplexFFT2D, whose result goes to the plane, which the source may
+    /// share.
     void (*real)(const vx_Plane& plane);
-    void (*complex)(const float* source, const vx_Plane& plane, int direction, const vx_RowBand& band);
+    void (*complex)(const float* source, const vx_SplitPlane& plane, int direction, const vx_RowBand& band);
 
     /// For any number of samples.
     vx_ElementKernels elements;

@@ -29,20 +29,30 @@ void vf_InverseMagnitudeKernel(const vx_Plane& spectrum, const vx_RowBand& band,
                                spectrum.height, band, vx_MagnitudeColumns<L, T>(image, scale));
 }
 
+template <class L, vx_Pel T>
+void vf_InverseKernel(const float* spectrum, const vx_SplitPlane& samples, const vx_RowBand& band,
+                      const vx_PelScale& scale, const vx_Pels<T>& image) {
+    const vx_BothColumns columns(vx_SpectrumColumns<L, -1>(samples), vx_MagnitudeColumns<L, T>(image, scale));
+    vf_ComplexTransform<L, -1>(vx_SampleRows<L>(spectrum, samples.width()), vx_PlaneRecords<L>(samples),
+                               samples.width(), samples.height(), band, columns);
+}
+
 template <class L, int direction>
 void vf_RealKernel(const vx_Plane& plane) {
     vf_RealTransform<L, direction>(vx_SampleRows<L>(plane.data, plane.width), plane);
 }
 
 template <class L>
-void vf_ComplexKernel(const float* source, const vx_Plane& plane, int direction, const vx_RowBand& band) {
-    const vx_SampleRows<L> rows(source, plane.width);
+void vf_ComplexKernel(const float* source, const vx_SplitPlane& plane, int direction,
+                      const vx_RowBand& band) {
+    const std::size_t width = plane.width();
+    const vx_SampleRows<L> rows(source, width);
     const vx_PlaneRecords<L> records(plane);
     if (direction > 0) {
-        vf_ComplexTransform<L, 1>(rows, records, plane.width, plane.height, band,
+        vf_ComplexTransform<L, 1>(rows, records, width, plane.height(), band,
                                   vx_SpectrumColumns<L, 1>(plane));
     } else {
-        vf_ComplexTransform<L, -1>(rows, records, plane.width, plane.height, band,
+        vf_ComplexTransform<L, -1>(rows, records, width, plane.height(), band,
                                    vx_SpectrumColumns<L, -1>(plane));
     }
 }
@@ -50,7 +60,7 @@ void vf_ComplexKernel(const float* source, const vx_Plane& plane, int direction,
 template <class L, vx_Pel T>
 constexpr vx_PelKernels<T> vf_PelKernels() {
     return {vf_ForwardKernel<L, T>, vf_ForwardPairKernel<L, T>, vf_InverseMagnitudeKernel<L, T>,
-            vf_MagnitudesKernel<L, T>};
+            vf_InverseKernel<L, T>, vf_MagnitudesKernel<L, T>};
 }
 
 /// `Wide` are the lanes of the loops over single samples: at least those of one sample.

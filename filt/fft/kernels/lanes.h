@@ -65,6 +65,15 @@ void vf_Swap(float& a, float& b) noexcept {
     b = before;
 }
 
+/// Has memory that is soon to be written brought into the caches.
+template <class L, class T>
+[[gnu::always_inline]] inline void vf_Fetch(const T* from, std::size_t count) noexcept {
+    constexpr std::size_t cacheLine = 64 / sizeof(T);
+    for (std::size_t i = 0; i < count; i += cacheLine) {
+        __builtin_prefetch(from + i, 1);
+    }
+}
+
 /// A number that is known when the program is compiled.
 template <std::size_t i>
 struct vx_Index {

@@ -12,20 +12,23 @@
 
 #include <cstddef>
 
-/// The intermediate result in the spectrum's own storage: each row its records, one after the other.
+/// The intermediate result in the result's own storage: each row its records, one after the other.
 template <class L>
 class vx_PlaneRecords {
 public:
-    explicit vx_PlaneRecords(const vx_Plane& plane) noexcept : data_(plane.data), step_(2 * plane.width) {}
+    explicit vx_PlaneRecords(const vx_SplitPlane& plane) noexcept : plane_(plane) {}
 
     /// The record of row 0 that holds the columns from `column` on.
-    [[nodiscard]] float* columns(std::size_t column) const noexcept { return data_ + 2 * column; }
+    [[nodiscard]] float* columns(std::size_t column) const noexcept { return plane_.columns(column); }
     /// Floats from a record to that of the next row.
-    [[nodiscard]] std::size_t step() const noexcept { return step_; }
+    [[nodiscard]] std::size_t step(std::size_t column) const noexcept { return plane_.step(column); }
+    /// Has the memory brought to the caches that comes after these records of L::count rows.
+    void fetchAfter(std::size_t /*column*/, std::size_t /*firstRow*/) const noexcept {
+        // Nothing: the rows have just been read, or processors foresee what follows in a row.
+    }
 
 private:
-    float* data_;
-    std::size_t step_;
+    vx_SplitPlane plane_;
 };
 
 /// The intermediate result in memory of its own: the records of the same columns, one after the other. They
@@ -35,7 +38,8 @@ template <class L>
 class vx_OwnRecords {
 public:
     vx_OwnRecords(std::size_t width, std::size_t height)
-        : split_(width * 3 / 4 / L::count * L::count)
+        : width_(width)
+        , split_(width * 3 / 4 / L::count * L::count)
         , step_(2 * L::count)
         , height_(height)
         , first_(2 * split_ * height)
@@ -45,9 +49,16 @@ public:
         return column < split_ ? first_.get() + 2 * column * height_
                                : second_.get() + 2 * (column - split_) * height_;
     }
-    [[nodiscard]] std::size_t step() const noexcept { return step_; }
+    [[nodiscard]] std::size_t step(std::size_t /*column*/) const noexcept { return step_; }
+    [[gnu::always_inline]] void fetchAfter(std::size_t column, std::size_t firstRow) const noexcept {
+        const std::size_t next = column + L::count;
+        if (next < width_) {
+            vf_Fetch<L>(columns(next) + firstRow * step_, L::count * step_);
+        }
+    }
 
 private:
+    std::size_t width_;
     std::size_t split_;
     std::size_t step_;
     std::size_t height_;
@@ -61,7 +72,8 @@ template <class L, class Records>
 void vf_KeepSkippedBlocks(const Records& records, std::size_t size, const vx_RowBand& band) {
     constexpr std::size_t N = L::count;
     const auto at = [&records](std::size_t row, std::size_t column) {
-        return records.columns(column / N * N) + row * records.step() + column % N;
+        const std::size_t first = column / N * N;
+        return records.columns(first) + row * records.step(first) + column % N;
     };
     for (std::size_t row = 0; row < size; ++row) {
         if (band.touchesBlock(row / 4 * 4)) {

@@ -51,7 +51,6 @@ template <class L, class Records, class Wanted>
 void vf_StoreRecords(const vx_LaneSample<L>* tile, std::size_t samples, const Records& records,
                      std::size_t firstRow, const Wanted& wanted) {
     constexpr std::size_t N = L::count;
-    const std::size_t step = records.step();
     for (std::size_t first = 0; first < samples; first += N) {
         vx_Block<L> re;
         vx_Block<L> im;
@@ -59,8 +58,10 @@ void vf_StoreRecords(const vx_LaneSample<L>* tile, std::size_t samples, const Re
             re[i] = tile[first + i].re;
             im[i] = tile[first + i].im;
         });
+        records.fetchAfter(first, firstRow);
         vf_TransposeBlock<L>(re);
         vf_TransposeBlock<L>(im);
+        const std::size_t step = records.step(first);
         float* const record = records.columns(first) + firstRow * step;
         vf_Unrolled<N>([&](auto i) __attribute__((always_inline)) {
             if (wanted(firstRow + i)) {
@@ -137,7 +138,7 @@ bool vf_CopyRow(const Source& source, std::size_t width, const Records& records,
                  L::template shuffle<typename P::template Deinterleave<1>>(a, b)};
         }
         const vx_LaneSample<L> y = vf_Directed<L, direction>(x.re, x.im);
-        float* record = records.columns(first) + row * records.step();
+        float* record = records.columns(first) + row * records.step(first);
         L::store(record, x.re);
         L::store(record + N, x.im);
         for (std::size_t i = 0; i < 2 * N; ++i) {

@@ -323,6 +323,96 @@ TEST(OtherPaths, GiveTheSameBuffers) {
     }
 }
 
+/// Samples in two parts, of which the left one is some columns wide.
+struct Parts {
+    Parts(const vxPair<long>& size, std::size_t leftWidth)
+        : width(static_cast<std::size_t>(size.x()))
+        , height(static_cast<std::size_t>(size.y()))
+        , split(leftWidth)
+        , left(2 * split * height)
+        , right(2 * (width - split) * height) {}
+
+    vx_SplitPlane plane() { return {{left.data(), split, height}, {right.data(), width - split, height}}; }
+    [[nodiscard]] kernel_data::Matrix joined() const {
+        kernel_data::Matrix result;
+        const auto append = [&result](const kernel_data::Matrix& part, std::size_t columns, std::size_t row) {
+            const auto first = part.begin() + static_cast<std::ptrdiff_t>(2 * columns * row);
+            result.insert(result.end(), first, first + static_cast<std::ptrdiff_t>(2 * columns));
+        };
+        for (std::size_t row = 0; row < height; ++row) {
+            append(left, split, row);
+            append(right, width - split, row);
+        }
+        return result;
+    }
+
+    std::size_t width;
+    std::size_t height;
+    std::size_t split;
+    kernel_data::Matrix left;
+    kernel_data::Matrix right;
+};
+
+TEST(OtherPaths, GiveTheSameSamplesInTwoParts) {
+    Random random(8);
+    for (const vxPair<long>& size : {vxPair<long>(64, 64), vxPair<long>(128, 32), vxPair<long>(64, 256)}) {
+        for (const kernel_data::Kind kind : kernel_data::everyKind) {
+            const kernel_data::Matrix source = kernel_data::make(size.x(), size.y(), kind, 7);
+            const long low = static_cast<long>(random()) % size.y() / 2;
+            const vx_RowBand band(low, low + size.y() / 2, static_cast<std::size_t>(size.y()));
+            const vx_PelScale scale{0.5F};
+            kernel_data::forEachInstructionSet([&] {
+                const vx_Kernels& kernels = vf_KernelsFor(size);
+                kernel_data::Matrix whole = source;
+                vxPelBuffer<double> image(size.x() - 3, size.y() - 5, 32);
+                const vx_Pels<double> pels{image.pointToOffset(), image.rowUpdate(),
+                                           static_cast<std::size_t>(image.width()),
+                                           static_cast<std::size_t>(image.height())};
+                kernels.doubles.inverse(whole.data(), vf_PlaneOf(whole.data(), size), band, scale, pels);
+                const oracle::Image<double> expectedPels = contentOf(image);
+                for (const std::size_t split : {16U, 48U}) {
+                    Parts parts(size, split);
+                    kernels.complex(source.data(), parts.plane(), -1, band);
+                    EXPECT_TRUE(kernel_data::sameBits(parts.joined(), whole));
+                    Parts again(size, split);
+                    vfPelSet(image, -1.0);
+                    kernels.doubles.inverse(source.data(), again.plane(), band, scale, pels);
+                    EXPECT_TRUE(kernel_data::sameBits(again.joined(), whole));
+                    expectImage(expectedPels, image);
+                }
+            });
+        }
+    }
+}
+
+// The largest spectra are inverted by way of samples in two parts, unless in place.
+TEST(OtherPaths, InvertTheLargestSpectra) {
+    Random random(9);
+    const vxPair<long> size(2048, 2048);
+    const oracle::Spectrum s = randomSpectrum(random, size.x() - 5, size.y() - 900, 1e6F);
+    kernel_data::forEachInstructionSet([&] {
+        vxFrequencyBuffer buffer;
+        load({s, someXform(6), true}, buffer);
+        const vxFrequencyBuffer& constant = buffer;
+        vxPelBuffer<unsigned char> normalised;
+        vxPelBuffer<unsigned char> quadrants;
+        vxPelBuffer<double> real;
+        vxPelBuffer<double> imaginary;
+        vfInverseFFTQuadrant(constant, normalised, quadrants, true);
+        vfInverseFFT(constant, real, imaginary);
+        vxPelBuffer<unsigned char> normalisedInPlace;
+        vxPelBuffer<unsigned char> quadrantsInPlace;
+        vxPelBuffer<double> realInPlace;
+        vxPelBuffer<double> imaginaryInPlace;
+        vfInverseFFTQuadrant(buffer, normalisedInPlace, quadrantsInPlace, true, true);
+        vfInverseFFT(buffer, realInPlace, imaginaryInPlace, true);
+        expectImage(contentOf(normalisedInPlace), normalised);
+        expectImage(contentOf(quadrantsInPlace), quadrants);
+        expectImage(contentOf(realInPlace), real);
+        expectImage(contentOf(imaginaryInPlace), imaginary);
+    });
+}
+
 // Loaded buffers have sizes of their own, and a source size that uses little or nothing of them.
 TEST(OtherPaths, CropToTheSourceSize) {
     Random random(7);
