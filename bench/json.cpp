@@ -49,9 +49,8 @@ Json jsonOf(const std::vector<BytesLine>& lines) {
 Json jsonOf(const std::vector<ThreadsLine>& lines) {
     Json result = Json::array();
     for (const ThreadsLine& line : lines) {
-        result.push_back({{"job", info(line.job).code},
-                          {"size", text(line.size)},
-                          {"speed-up of two threads", jsonOf(line.speedUp)}});
+        result.push_back(
+            {{"job", line.work}, {"size", line.size}, {"speed-up of two threads", jsonOf(line.speedUp)}});
     }
     return result;
 }

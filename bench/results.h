@@ -29,10 +29,10 @@ struct BytesLine {
     std::vector<Standing> standings;
 };
 
-/// One job on one and on two threads, each with buffers of its own.
+/// The same work on one and on two threads, each with buffers of its own.
 struct ThreadsLine {
-    Job job;
-    Size size;
+    std::string work;  ///< code of a job, or what else it is
+    std::string size;  ///< of its images; empty: there are none
     Quartiles speedUp; ///< of two threads
 };
 

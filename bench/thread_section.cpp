@@ -1,11 +1,14 @@
 // Throughput of two threads on buffers of their own: the library has no shared state that could hold them up.
+// Processors of a machine can share one core's execution units, so the same is measured of arithmetic alone.
 #include "bench/kavfilt.h"
+#include "bench/register_arithmetic.h"
 #include "bench/sections.h"
 
 #include <benchmark/benchmark.h>
 
 #include <chrono>
-#include <memory>
+#include <functional>
+#include <string>
 #include <thread>
 
 namespace bench {
@@ -23,24 +26,23 @@ double secondsOf(const std::function<void()>& work) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-void repeat(const Task& task, int times) {
+using Work = std::function<void()>;
+
+void repeat(const Work& work, int times) {
     for (int i = 0; i < times; ++i) {
-        task.run();
+        work();
     }
 }
 
-void runOnBoth(const Task& first, const Task& second, int times) {
+void runOnBoth(const Work& first, const Work& second, int times) {
     std::thread other([&] { repeat(second, times); });
     repeat(first, times);
     other.join();
 }
 
-void runThreads(benchmark::State& state, Job job, const Size& size, Results& results) {
-    const Scene scene(size);
-    const Task first = kavfiltTask(job, scene);
-    const Task second = kavfiltTask(job, scene);
+Quartiles speedUpOf(benchmark::State& state, const Work& first, const Work& second) {
     runOnBoth(first, second, 1);
-    const double once = secondsOf(first.run);
+    const double once = secondsOf(first);
     const int times = 1 + static_cast<int>(wantedSeconds / once);
     std::vector<double> speedUps;
     for (auto _ : state) {
@@ -51,7 +53,26 @@ void runThreads(benchmark::State& state, Job job, const Size& size, Results& res
     }
     const Quartiles speedUp = quartiles(speedUps);
     state.counters["speed-up"] = speedUp.median;
-    results.threads.push_back({job, size, speedUp});
+    return speedUp;
+}
+
+void runArithmetic(benchmark::State& state, Results& results) {
+    results.threads.push_back(
+        {"arithmetic alone", "", speedUpOf(state, registerArithmetic, registerArithmetic)});
+}
+
+void runJob(benchmark::State& state, Job job, const Size& size, Results& results) {
+    const Scene scene(size);
+    const Task first = kavfiltTask(job, scene);
+    const Task second = kavfiltTask(job, scene);
+    results.threads.push_back({info(job).code, text(size), speedUpOf(state, first.run, second.run)});
+}
+
+void add(const std::string& name, const std::function<void(benchmark::State&)>& function) {
+    benchmark::RegisterBenchmark(("threads " + name).c_str(), function)
+        ->UseManualTime()
+        ->Unit(benchmark::kMillisecond)
+        ->Iterations(rounds);
 }
 
 } // namespace
@@ -60,16 +81,12 @@ void addThreads(const Options& options, Results& results) {
     if (options.quick || std::thread::hardware_concurrency() < 2) {
         return;
     }
+    add("arithmetic alone", [&results](benchmark::State& state) { runArithmetic(state, results); });
     for (const long side : sides) {
         for (const Job job : threadJobs) {
             const Size size{side, side};
-            const std::string name = std::string("threads ") + info(job).code + "/" + text(size);
-            benchmark::RegisterBenchmark(
-                name.c_str(),
-                [job, size, &results](benchmark::State& state) { runThreads(state, job, size, results); })
-                ->UseManualTime()
-                ->Unit(benchmark::kMillisecond)
-                ->Iterations(rounds);
+            add(std::string(info(job).code) + "/" + text(size),
+                [job, size, &results](benchmark::State& state) { runJob(state, job, size, results); });
         }
     }
 }
