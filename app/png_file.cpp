@@ -115,6 +115,8 @@ private:
     void readHeader() {
         run([this] {
             png_set_read_fn(png_, &session_, onPngRead);
+            // Metadata is skipped: libpng would allocate as much as a chunk claims to hold.
+            png_set_keep_unknown_chunks(png_, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
             png_set_user_limits(png_, 0x7fffffff,
                                 0x7fffffff); // The size is checked here, with a better message.
             png_read_info(png_, info_);

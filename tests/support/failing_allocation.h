@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <limits>
 #include <new>
@@ -21,13 +22,28 @@ struct Control {
     long count = 0;          // Allocations asked for.
     long failures = 0;       // Allocations refused.
     std::size_t largest = 0; // The most bytes asked for at once.
+    std::size_t limit = std::numeric_limits<std::size_t>::max(); // Refuse more bytes than that at once.
+    std::uint32_t dice = 0; // Other than 0: one allocation in sixteen fails, and this decides which.
 };
 inline thread_local Control control;
+
+/// One time in sixteen; never without dice.
+inline bool isUnlucky(std::uint32_t& dice) noexcept {
+    // G. Marsaglia, "Xorshift RNGs", 2003. It keeps 0.
+    dice ^= dice << 13;
+    dice ^= dice >> 17;
+    dice ^= dice << 5;
+    return dice >> 28 == 1;
+}
 
 /// Whether this allocation is to be refused.
 inline bool refuses(std::size_t size) noexcept {
     ++control.count;
     control.largest = std::max(control.largest, size);
+    if (size > control.limit || isUnlucky(control.dice)) {
+        ++control.failures;
+        return true;
+    }
     if (control.untilFailure < 0) {
         return false;
     }
@@ -78,6 +94,14 @@ public:
     ~Scope() { control = Control{}; }
     Scope(const Scope&) = delete;
     Scope& operator=(const Scope&) = delete;
+
+    /// Refuses more than that many bytes at once; with dice other than 0, one allocation in sixteen, too.
+    void refuseAbove(std::size_t limit, std::uint32_t dice) noexcept {
+        control.limit = limit;
+        control.dice = dice;
+    }
+    /// To go on with in another scope.
+    [[nodiscard]] std::uint32_t dice() const noexcept { return control.dice; }
 
     [[nodiscard]] long count() const noexcept { return control.count; }
     [[nodiscard]] bool failed() const noexcept { return control.failures > 0; }
