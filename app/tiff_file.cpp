@@ -149,7 +149,7 @@ struct Layout {
 
 // Sample `index` of a row; 1, 2 and 4 bits are packed from the high bit down and scaled to 0 .. 255.
 double sampleAt(const unsigned char* row, std::size_t index, const Layout& layout) {
-    const auto as = [row, index]<class T>(T value) {
+    const auto as = [row, index](auto value) {
         std::memcpy(&value, row + index * sizeof value, sizeof value);
         return static_cast<double>(value);
     };

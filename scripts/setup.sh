@@ -8,7 +8,8 @@ test_packages="$build_packages libgtest-dev libgmock-dev binutils"
 # The benchmark and the libraries that it compares with.
 bench_packages="$build_packages pkg-config libbenchmark-dev libfftw3-dev libopencv-core-dev libvips-dev"
 identity_packages="g++ cmake ninja-build binutils clang g++-aarch64-linux-gnu qemu-user-static"
-check_packages="$test_packages git clang libclang-rt-dev clang-format clang-tidy"
+check_packages="$test_packages git clang libclang-rt-dev clang-format clang-tidy cppcheck"
+memcheck_packages="$test_packages valgrind"
 
 # need_packages NAME...: installs those that are missing, as root or through sudo. Without a network it succeeds as long
 # as nothing is missing.

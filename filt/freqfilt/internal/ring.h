@@ -36,8 +36,8 @@ private:
     std::int64_t rowLimit_;     // The last |v| that the ring is looked for in.
     std::int64_t innerSquared_; // Squared radii strictly between these two are in the ring.
     std::int64_t outerSquared_;
-    long begin_; // The ring's |u| at the last v: begin_ <= |u| < end_. Both shrink as |v| grows.
-    long end_;
+    long begin_ = 0; // The ring's |u| at the last v: begin_ <= |u| < end_. Both shrink as |v| grows.
+    long end_ = 0;
     std::vector<float> gains_;    // Of one row, by |u|.
     std::vector<float> mirrored_; // Those of u < 0 by column, where |u| counts down to 1.
 };
