@@ -27,13 +27,14 @@ long sizeFrom(fuzz::Bytes& input) {
     if (kind >= 240) {
         return input.number();
     }
-    return 1L << (kind >= 230 ? kind % 6 : kind % 4); // Mostly small ones, which are fast.
+    return 1L << (kind >= 230 ? kind % 6 : kind % 4);
 }
 
 Parameters parametersFrom(fuzz::Bytes& input) {
     Parameters p;
-    p.sigma = {input.real(), input.real()};
-    p.plateau = {input.real(), input.real()};
+    // Mostly small ones: so are their tables.
+    p.sigma = {input.real() / 8.0, input.real() / 8.0};
+    p.plateau = {input.real() / 8.0, input.real() / 8.0};
     p.angle = vxRadian(input.real());
     p.frequency = input.real();
     p.size = {sizeFrom(input), sizeFrom(input)};
