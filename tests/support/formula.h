@@ -94,6 +94,9 @@ private:
         require(',');
         const long b = sum();
         require(')');
+        if (function == "min") {
+            return std::min(a, b);
+        }
         if (function == "max") {
             return std::max(a, b);
         }

@@ -11,6 +11,8 @@
 
 #include <concepts>
 #include <fstream>
+#include <optional>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -85,7 +87,14 @@ struct Scene {
         vfForwardFFT(moved, offsetSpectrum);
         band = vxFrequencyFilterBandPass(0.02, 0.01, 0.2, size(), 0);
         gabor = vxFrequencyFilterGabor({0.03, 0.02}, {0.0, 0.0}, vxRadian(0.3), 0.2, size(), 0);
+        reject = vxFrequencyFilterBandReject(0.02, 0.01, 0.2, size(), 2);
         kernel = vxFrequencyFilterImage(spectrum);
+        consumed = spectrum;
+        vxPelBuffer<T> unused;
+        vfInverseFFT(consumed, unused, false, true);
+        vxOutputArchive archive(archived);
+        archive || spectrum;
+        archived.seekp(0);
     }
 
     [[nodiscard]] vxPair<long> size() const { return Access::size(spectrum); }
@@ -98,12 +107,16 @@ struct Scene {
     vxFrequencyBuffer sizedSpectrum;
     vxFrequencyBuffer offsetSpectrum;
     vxFrequencyBuffer newSpectrum;
+    vxFrequencyBuffer consumed;
+    std::optional<vxFrequencyBuffer> made;
+    std::stringstream archived; // Holds the spectrum, and is large enough to be overwritten with it.
     vxPelBuffer<T> newImage;
     vxPelBuffer<double> newDoubles;
     vxPelBuffer<double> newImaginary;
     vxPelBuffer<unsigned char> newBytes;
     vxFrequencyFilterBandPass band;
     vxFrequencyFilterBandPass newBand;
+    vxFrequencyFilterBandReject reject;
     vxFrequencyFilterGabor gabor;
     vxFrequencyFilterGabor newGabor;
     vxFrequencyFilterImage kernel;
@@ -156,9 +169,28 @@ const Operation<T> operations[] = {
      [](Scene<T>& s) { vfInverseFFT(s.spectrum, s.newDoubles, s.newImaginary, false); }},
     {"inverse in place to real and imaginary image, new images",
      [](Scene<T>& s) { vfInverseFFT(s.spectrum, s.newDoubles, s.newImaginary, true); }},
+    {"inverse of a consumed spectrum, new image",
+     [](Scene<T>& s) { vfInverseFFT(s.consumed, s.newImage, false, true); }},
+    {"angle image of a consumed spectrum, new",
+     [](Scene<T>& s) { vf_ComputeAngleImage(s.consumed, s.newDoubles); }},
     {"inverse to a spectrum, sized", [](Scene<T>& s) { vfInverseFFT(s.spectrum, s.sizedSpectrum, false); }},
+    {"inverse in place to a spectrum, sized",
+     [](Scene<T>& s) { vfInverseFFT(s.spectrum, s.sizedSpectrum, true); }},
     {"copy a spectrum, new", [](Scene<T>& s) { s.newSpectrum = s.spectrum; }},
     {"copy a spectrum, sized", [](Scene<T>& s) { s.sizedSpectrum = s.spectrum; }},
+    {"crop a spectrum to half its width and height",
+     [](Scene<T>& s) { s.made.emplace(s.spectrum, s.size().x() / 2, s.size().y() / 2); }},
+    {"make a spectrum of two images", [](Scene<T>& s) { s.made.emplace(s.doubles, s.doubles); }},
+    {"store a spectrum",
+     [](Scene<T>& s) {
+         vxOutputArchive archive(s.archived);
+         archive || s.spectrum;
+     }},
+    {"load a spectrum",
+     [](Scene<T>& s) {
+         vxInputArchive archive(s.archived);
+         archive || s.newSpectrum;
+     }},
     {"multiply, add or subtract two spectra",
      [](Scene<T>& s) {
          vfFrequencyMultiply(s.spectrum, s.sizedSpectrum);
@@ -176,13 +208,18 @@ const Operation<T> operations[] = {
     {"make a band filter", [](Scene<T>& s) { s.newBand.set(0.02, 0.01, 0.2, s.size(), 0); }},
     {"apply a band filter in place", [](Scene<T>& s) { s.band.apply(s.spectrum); }},
     {"apply a band filter, new spectrum", [](Scene<T>& s) { s.band.apply(s.spectrum, s.newSpectrum); }},
+    {"apply a band reject filter with a square of radius 2 in place",
+     [](Scene<T>& s) { s.reject.apply(s.spectrum); }},
+    {"copy a band filter", [](Scene<T>& s) { s.newBand = s.band; }},
     {"make a Gabor filter",
      [](Scene<T>& s) {
          s.newGabor.set({0.03, 0.02}, {0.0, 0.0}, vxRadian(0.3), 0.2, s.size(), 0);
      }},
     {"apply a Gabor filter in place", [](Scene<T>& s) { s.gabor.apply(s.spectrum); }},
+    {"apply a Gabor filter, new spectrum", [](Scene<T>& s) { s.gabor.apply(s.spectrum, s.newSpectrum); }},
     {"make an image filter", [](Scene<T>& s) { s.newKernel.setImage(s.spectrum); }},
     {"apply an image filter in place", [](Scene<T>& s) { s.kernel.apply(s.spectrum); }},
+    {"apply an image filter, new spectrum", [](Scene<T>& s) { s.kernel.apply(s.spectrum, s.newSpectrum); }},
 };
 
 /// The values of the page's names for a scene.
