@@ -21,7 +21,7 @@ namespace {
 
 using Access = vx_FrequencyBufferAccess;
 
-constexpr long smallObjects = 512; // As the page says.
+constexpr long smallObjects = 1024; // As the page says.
 
 /// The cells of a table's line, without the back quotes.
 std::vector<std::string> cellsOf(const std::string& line) {
@@ -298,7 +298,7 @@ TEST(MemoryFormula, IsEvaluated) {
     EXPECT_EQ(formula::valueOf("up(8, 4) - max(1, 9)", values), -1);
     EXPECT_THROW(formula::valueOf("1 +", values), std::invalid_argument);
     EXPECT_THROW(formula::valueOf("1 1", values), std::invalid_argument);
-    EXPECT_THROW(formula::valueOf("min(1, 2)", values), std::invalid_argument);
+    EXPECT_THROW(formula::valueOf("least(1, 2)", values), std::invalid_argument);
     EXPECT_THROW(formula::valueOf("max(1", values), std::invalid_argument);
     EXPECT_THROW(formula::valueOf("unknown", values), std::out_of_range);
 }
