@@ -3,8 +3,9 @@
 ///
 /// Bytes: a magic and a format version, then fixed-width little-endian values (bool and unsigned char 1 byte;
 /// long, unsigned long and double 8; float 4). Bit patterns are kept, NaNs included, and are the same on
-/// every platform. Bytes are not trusted: no byte string makes a load crash, hang, leak, allocate more than
-/// was read, or leave an object half loaded.
+/// every platform. Bytes are not trusted: no byte string makes a load crash, hang, leak or allocate more than
+/// was read. A load that fails, for whatever reason, leaves the value or object as it was; a store never
+/// changes it.
 #pragma once
 
 #include "kavstd/exception.h"

@@ -135,7 +135,7 @@ class VX_EXPORT vx2XformCache {
 public:
     vx2XformCache() noexcept = default;
     void setIdentity() noexcept { xform_.reset(); }
-    /// Stores a copy.
+    /// Stores a copy. When none can be had, the cache holds what it held.
     void xform(const vx2Xform& xform);
     /// The copy. Valid until another one is stored.
     [[nodiscard]] const vx2Xform& xform() const noexcept;

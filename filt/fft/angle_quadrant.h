@@ -6,7 +6,7 @@
 
 /// atan2(imaginary, real) of each sample in single precision, radians, -pi to pi. The samples are read as
 /// they stand, consumed or not, so the buffer must already hold spatial ones. Throws Uninitialized for a
-/// buffer without samples.
+/// buffer without samples. One that is cancelled, or finds no memory, changes nothing.
 VX_EXPORT void vf_ComputeAngleImage(const vxFrequencyBuffer& buffer, vxPelBuffer<double>& angle);
 
 /// The same for quadrants. Bit 0: the real part is negative; bit 1: the imaginary part is. Zeros of either

@@ -9,7 +9,8 @@
 /// operand, that is a size error too.
 ///
 /// Throws vxFrequencyDefs::Uninitialized, InvalidBuffer (an operand is consumed) or InvalidSize before any
-/// buffer changes.
+/// buffer changes. Without memory for it, a separate result is left uninitialized and the operands as they
+/// were.
 #pragma once
 
 #include "filt/fft/frequency_buffer.h"

@@ -3,8 +3,9 @@
 ///
 /// X(u, v) = sum over x, y of f(x, y) exp(-2 pi i (u x / W + v y / H)), unnormalised, DC at (0, 0). The
 /// destination is sized to the powers of two not below the image's size, zero-padded to the right and below,
-/// and takes the image's size, offset and client transform. See Sorensen, Heideman, Burrus, "On computing the
-/// split-radix FFT", IEEE Trans. ASSP 34 (1986).
+/// and takes the image's size, offset and client transform. A transform that is cancelled, or finds no
+/// memory, leaves the destination with any samples or uninitialized; the next one into it is as good as ever.
+/// See Sorensen, Heideman, Burrus, "On computing the split-radix FFT", IEEE Trans. ASSP 34 (1986).
 #pragma once
 
 #include "filt/fft/frequency_buffer.h"

@@ -26,6 +26,9 @@ struct vx_FrequencyBufferAccess;
 /// size - 1.
 ///
 /// Values are rounded from double to float when they enter and widened when they are read.
+///
+/// An operation that gives a buffer another size and finds no memory for it leaves that buffer uninitialized
+/// and whatever else it works on as it was. Without memory, every other operation here changes nothing.
 class VX_EXPORT vxFrequencyBuffer {
 public:
     /// An uninitialized buffer.

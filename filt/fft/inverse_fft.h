@@ -6,6 +6,10 @@
 /// transform and receives the overlapping pels; an unbound one is replaced. Outputs are assigned when
 /// everything has been computed.
 ///
+/// An inverse that is cancelled, or finds no memory, leaves output images as they were, and a destination
+/// buffer with any samples or uninitialized. It leaves the buffer that it reads as it was, too, but with
+/// `inPlace` any samples in it, which are no longer those of the spectrum.
+///
 /// With `inPlace` the buffer's own samples are transformed and it is left consumed: it can still be inverted
 /// again (the spatial samples are read again), but its samples cannot be accessed. A consumed buffer is
 /// always read in place.

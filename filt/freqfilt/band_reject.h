@@ -13,7 +13,8 @@
 /// Lengths are fractions of the filter's width, that is, cycles per pixel along x. Rows are scaled by the
 /// aspect of the spectrum, so that the ring is a circle in cycles per pixel.
 ///
-/// Errors of the constructor, set and the setters, in this order; a refused call changes nothing:
+/// Errors of the constructor, set and the setters, in this order; a refused call changes nothing, nor does
+/// one that finds no memory:
 ///   - InvalidArgument: frequency outside 0.0 to 0.5, sigma not above 0, plateau or radius below 0
 ///   - InvalidSize: a size that is not a power of two
 ///   - std::length_error: a profile that does not fit 31 bits
@@ -27,7 +28,8 @@ public:
     vxFrequencyFilterBandReject(double sigma, double plateau, double frequency, const vxPair<long>& size,
                                 long dcProtectionRadius);
     vxFrequencyFilterBandReject(const vxFrequencyFilterBandReject& other);
-    /// From a filter that is not built only that state is taken: isInitialized() stays as it is.
+    /// From a filter that is not built only that state is taken: isInitialized() stays as it is. Without
+    /// memory nothing changes.
     vxFrequencyFilterBandReject& operator=(const vxFrequencyFilterBandReject& other);
     ~vxFrequencyFilterBandReject() override;
 
@@ -36,7 +38,8 @@ public:
     /// Sizes `out` to `in`; its offset and transform stay as they were. `in` and `out` may be the same
     /// buffer. Throws Uninitialized (the buffer, then the filter), InvalidSize (another size than the
     /// filter's) and, with a radius above 0, InvalidBuffer (`in` is consumed) and BadCoord (the square
-    /// reaches outside the spectrum); a refused call changes nothing.
+    /// reaches outside the spectrum); a refused call changes nothing. Without memory `out` is left
+    /// uninitialized when it has to be sized, otherwise nothing changes.
     void apply(const vxFrequencyBuffer& in, vxFrequencyBuffer& out) const override;
     void apply(vxFrequencyBuffer& buffer) const override;
 

@@ -20,7 +20,7 @@ public:
     [[nodiscard]] virtual vxFrequencyFilter* clone() const = 0;
     /// Whether the filter has been built.
     [[nodiscard]] virtual bool isInitialized();
-    /// Filters `in` into `out`, which is sized to `in`.
+    /// Filters `in` into `out`, which is sized to `in`: without memory for that, `out` is left uninitialized.
     virtual void apply(const vxFrequencyBuffer& in, vxFrequencyBuffer& out) const = 0;
     /// Filters in place.
     virtual void apply(vxFrequencyBuffer& buffer) const = 0;

@@ -15,7 +15,8 @@
 /// Lengths are fractions of the filter's width, in pairs: along the lobe's direction, and across it. Rows are
 /// scaled by the aspect of the spectrum, so that angles are those of the image.
 ///
-/// Errors of the constructor, set and the setters, in this order; a refused call changes nothing:
+/// Errors of the constructor, set and the setters, in this order; a refused call changes nothing, nor does
+/// one that finds no memory:
 ///   - InvalidArgument: frequency outside 0.0 to 0.5, a sigma not above 0, a plateau or the radius below 0
 ///   - InvalidSize: a size that is not a power of two
 ///   - std::length_error: a patch that does not fit 31 bits; a parameter that is no number
@@ -29,7 +30,8 @@ public:
     vxFrequencyFilterGabor(const vxPair<double>& sigma, const vxPair<double>& plateau, vxRadian angle,
                            double frequency, const vxPair<long>& size, long dcRemovalRadius);
     vxFrequencyFilterGabor(const vxFrequencyFilterGabor& other);
-    /// From a filter that is not built only that state is taken: isInitialized() stays as it is.
+    /// From a filter that is not built only that state is taken: isInitialized() stays as it is. Without
+    /// memory nothing changes.
     vxFrequencyFilterGabor& operator=(const vxFrequencyFilterGabor& other);
     ~vxFrequencyFilterGabor() override;
 
@@ -38,7 +40,8 @@ public:
     /// Sizes `out` to `in`; its offset and transform stay as they were. `in` and `out` may be the same
     /// buffer. Throws Uninitialized (the buffer, then the filter), InvalidSize (another size than the
     /// filter's) and, with a radius above 0, InvalidBuffer (`in` is consumed) and BadCoord (the square
-    /// reaches outside the spectrum); a refused call changes nothing.
+    /// reaches outside the spectrum); a refused call changes nothing. Without memory `out` is left
+    /// uninitialized when it has to be sized, otherwise nothing changes.
     void apply(const vxFrequencyBuffer& in, vxFrequencyBuffer& out) const override;
     void apply(vxFrequencyBuffer& buffer) const override;
 

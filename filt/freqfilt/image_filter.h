@@ -13,6 +13,7 @@ public:
     /// Keeps a copy of `image`. Throws Uninitialized when it has no samples.
     explicit vxFrequencyFilterImage(const vxFrequencyBuffer& image);
     vxFrequencyFilterImage(const vxFrequencyFilterImage& other);
+    /// Without memory nothing changes.
     vxFrequencyFilterImage& operator=(const vxFrequencyFilterImage& other);
     ~vxFrequencyFilterImage() override;
 
@@ -20,14 +21,16 @@ public:
 
     /// `out` becomes a copy of `in` (so its size is derived again from the source size of `in`) times the
     /// image. Throws Uninitialized ("FrequencyBuffer has not been initialized", for the filter too),
-    /// InvalidSize and InvalidBuffer (consumed); a refused call changes nothing.
+    /// InvalidSize and InvalidBuffer (consumed); a refused call changes nothing. Without memory `out` is left
+    /// uninitialized.
     void apply(const vxFrequencyBuffer& in, vxFrequencyBuffer& out) const override;
     void apply(vxFrequencyBuffer& buffer) const override;
 
     /// State and images are equal.
     bool operator==(const vxFrequencyFilterImage& other) const;
 
-    /// Keeps a copy of `image`. Throws Uninitialized when it has no samples; a refused call changes nothing.
+    /// Keeps a copy of `image`. Throws Uninitialized when it has no samples; a refused call changes nothing,
+    /// nor does one that finds no memory.
     void setImage(const vxFrequencyBuffer& image);
 
     /// Size of the spectra that the filter accepts. Throws Uninitialized while not built.

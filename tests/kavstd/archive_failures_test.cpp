@@ -178,21 +178,6 @@ TEST(Failures, EveryAllocationOfALoadMayFail) {
     EXPECT_NE(records->objects(), before);
 }
 
-TEST(Failures, EveryAllocationOfAnObjectMayFailAndLeavesIt) {
-    const auto source = sampleNode();
-    const std::string bytes = stored(*source);
-    Node target;
-    fill(target, 8);
-    const std::string before = target.state();
-    const long failures = failEachAllocation([&] { load(bytes, target); },
-                                             [&](bool threw) {
-                                                 EXPECT_TRUE(threw);
-                                                 EXPECT_EQ(target.state(), before);
-                                             });
-    EXPECT_GT(failures, 20);
-    EXPECT_EQ(target.tag, 3);
-}
-
 TEST(Failures, EveryAllocationOfAStoreMayFail) {
     Records records;
     records.fill();

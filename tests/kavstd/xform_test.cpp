@@ -552,25 +552,6 @@ TEST(CacheArchiveTest, AnArchiveCutShortAnywhereLeavesTheCacheAsItWas) {
     }
 }
 
-TEST(CacheArchiveTest, AFailedAllocationLeavesTheCacheAsItWas) {
-    for (const std::string& bytes : {stored(vx2XformCache()), stored(cacheOf(Squares(1.0)))}) {
-        vx2XformCache cache = cacheOf(vx2XformLinear(someXform));
-        std::istringstream stream;
-        const long failures = failing_allocation::failEachAllocation(
-            [&] {
-                stream.clear();
-                stream.str(bytes);
-                vxInputArchive archive(stream);
-                archive || cache;
-            },
-            [&](bool threw) {
-                EXPECT_TRUE(threw);
-                EXPECT_EQ(cache.linearXform(), someXform);
-            });
-        EXPECT_GT(failures, 0);
-    }
-}
-
 TEST(LinearArchiveTest, StoresAVersionAndTheTransform) {
     vx2XformLinear linear(someXform);
     std::stringstream stream;

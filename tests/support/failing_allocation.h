@@ -36,6 +36,14 @@ inline bool isUnlucky(std::uint32_t& dice) noexcept {
     return dice >> 28 == 1;
 }
 
+/// What this thread has allocated and not released, less what it released for others.
+inline thread_local long living = 0;
+
+/// What a refused operator new throws, so that a test can tell it from any other.
+struct Refused : std::bad_alloc {
+    long number = control.count; // Of the allocation, from 1.
+};
+
 /// Whether this allocation is to be refused.
 inline bool refuses(std::size_t size) noexcept {
     ++control.count;
@@ -56,7 +64,7 @@ inline bool refuses(std::size_t size) noexcept {
     return true;
 }
 
-inline void* allocate(std::size_t size, std::size_t alignment) noexcept {
+inline void* allocateUnlessRefused(std::size_t size, std::size_t alignment) noexcept {
     if (refuses(size)) {
         return nullptr;
     }
@@ -69,15 +77,22 @@ inline void* allocate(std::size_t size, std::size_t alignment) noexcept {
     return std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment);
 }
 
+inline void* allocate(std::size_t size, std::size_t alignment) noexcept {
+    void* memory = allocateUnlessRefused(size, alignment);
+    living += memory != nullptr ? 1 : 0;
+    return memory;
+}
+
 inline void* allocateOrThrow(std::size_t size, std::size_t alignment) {
     if (void* memory = allocate(size, alignment)) {
         return memory;
     }
-    throw std::bad_alloc();
+    throw Refused();
 }
 
 /// Not inlined: the optimiser would see the free of something that it did not see come from malloc, and warn.
 [[gnu::noinline]] inline void release(void* memory) noexcept {
+    living -= memory != nullptr ? 1 : 0;
     std::free(memory);
 }
 

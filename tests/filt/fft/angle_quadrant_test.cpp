@@ -1,7 +1,6 @@
 #include "filt/fft/angle_quadrant.h"
 
 #include "tests/support/cancellation.h"
-#include "tests/support/failing_allocation.h"
 #include "tests/support/frequency_errors.h"
 #include "tests/support/inverse_members.h"
 #include "tests/support/transform_support.h"
@@ -144,25 +143,6 @@ TYPED_TEST(SpatialReader, HasOneCancellationPointAndOneMoreAtAnOffset) {
             EXPECT_EQ(offset == 0 ? 2 : 3, k);
             EXPECT_EQ(k - 1, cancellation::count(run));
         }
-    }
-}
-
-TYPED_TEST(SpatialReader, SurvivesEveryFailedAllocation) {
-    using R = TypeParam;
-    using T = typename R::Pel;
-    oracle::Spectrum s = randomSpectrum(this->random, 6, 6);
-    s.offsetX = 2;
-    vxFrequencyBuffer buffer;
-    load({s, {}, true}, buffer);
-    for (const Placement placement : {Placement::unbound, Placement::shifted}) {
-        auto image = placed<T>(this->random, placement, 6, 6, {2, 0});
-        const auto before = contentOf(image);
-        EXPECT_GT(failing_allocation::failEachAllocation([&] { R::run(buffer, image); },
-                                                         [&](bool threw) {
-                                                             EXPECT_TRUE(threw);
-                                                             expectImage(before, image);
-                                                         }),
-                  1);
     }
 }
 

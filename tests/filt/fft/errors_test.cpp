@@ -134,18 +134,6 @@ TYPED_TEST(ErrorClass, mayBeDerivedFrom) {
     EXPECT_STREQ(Derived().what(), "");
 }
 
-TYPED_TEST(ErrorClass, memoryForTheTextMayRunOut) {
-    const char* text = "enough text to need memory of its own, whatever the library keeps within a string";
-    std::unique_ptr<TypeParam> error;
-    EXPECT_GT(failing_allocation::failEachAllocation([&] { error = std::make_unique<TypeParam>(text); },
-                                                     [&](bool threw) {
-                                                         EXPECT_TRUE(threw);
-                                                         EXPECT_EQ(error, nullptr);
-                                                     }),
-              1);
-    EXPECT_EQ(messageOf(*error), text);
-}
-
 TYPED_TEST(ErrorClass, copiesAndAssignments) {
     const TypeParam first("first");
     TypeParam copy(first);

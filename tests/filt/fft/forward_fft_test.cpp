@@ -6,8 +6,6 @@
 #include "tests/support/frequency_errors.h"
 #include "tests/support/transform_support.h"
 
-#include <optional>
-
 using namespace transform_support;
 using support::expectError;
 using Defs = vxFrequencyDefs;
@@ -229,37 +227,6 @@ TYPED_TEST(ForwardFFT, CanBeCancelledEverywhere) {
     expectImage(before, image);
 }
 
-TYPED_TEST(ForwardFFT, SurvivesEveryFailedAllocation) {
-    using T = TypeParam;
-    const auto image = randomImage<T>(this->random, 20, 33, {-3, 4});
-    const oracle::Spectrum one = oracle::forward(contentOf(image));
-    const oracle::Spectrum two = oracle::forward(contentOf(image), contentOf(image));
-    std::optional<vxFrequencyBuffer> buffer(std::in_place);
-    const auto expectUsable = [&](const oracle::Spectrum& expected, auto transform) {
-        // Without memory there are no samples, otherwise all of the size.
-        const State state = stateOf(*buffer);
-        EXPECT_EQ(state.hasSamples ? 4096U : 0U, state.spectrum.data.size());
-        transform();
-        expectState(expected, {}, *buffer);
-        buffer.emplace(); // Without any storage again.
-    };
-    const auto single = [&] { vf_ForwardFFT(image, *buffer); };
-    const auto both = [&] { vf_ForwardFFT(image, image, *buffer); };
-    EXPECT_GT(failing_allocation::failEachAllocation(single,
-                                                     [&](bool threw) {
-                                                         EXPECT_TRUE(threw);
-                                                         expectUsable(one, single);
-                                                     }),
-              2);
-    buffer.emplace();
-    EXPECT_GT(failing_allocation::failEachAllocation(both,
-                                                     [&](bool threw) {
-                                                         EXPECT_TRUE(threw);
-                                                         expectUsable(two, both);
-                                                     }),
-              3);
-}
-
 TYPED_TEST(ForwardFFT, ReusesTheStorageOfTheSameSize) {
     using T = TypeParam;
     const auto image = randomImage<T>(this->random, 50, 60);
@@ -404,24 +371,6 @@ TEST(ForwardFFTOfBuffers, CanBeCancelledEverywhere) {
         destination = vxFrequencyBuffer();
     }
     EXPECT_GT(k, 4);
-}
-
-TEST(ForwardFFTOfBuffers, SurvivesEveryFailedAllocation) {
-    Random random(14);
-    const oracle::Spectrum s = randomSpectrum(random, 60, 33);
-    vxFrequencyBuffer source;
-    load({s, {}, true}, source);
-    std::optional<vxFrequencyBuffer> destination(std::in_place);
-    const auto transform = [&] { vfForwardFFT(source, *destination); };
-    EXPECT_GT(failing_allocation::failEachAllocation(transform,
-                                                     [&](bool threw) {
-                                                         EXPECT_TRUE(threw);
-                                                         expectState(s, {}, source);
-                                                         transform();
-                                                         expectState(oracle::forward(s), {}, *destination);
-                                                         destination.emplace();
-                                                     }),
-              1);
 }
 
 } // namespace

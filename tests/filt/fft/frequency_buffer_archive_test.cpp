@@ -354,47 +354,4 @@ TEST(FrequencyBufferArchive, corruptRecordsDoNoHarm) {
         }
     }
 }
-
-// Takes what is written to a stream without allocating.
-class FixedBuffer : public std::streambuf {
-public:
-    FixedBuffer() { setp(bytes_, bytes_ + sizeof(bytes_)); }
-
-private:
-    char bytes_[10000];
-};
-
-TEST(FrequencyBufferArchive, failingAllocationsChangeNothing) {
-    const std::string bytes = fullRecord().bytes();
-    vxFrequencyBuffer buffer = target();
-    const BufferState before(buffer);
-    std::istringstream input;
-    const long loads = failing_allocation::failEachAllocation(
-        [&] {
-            input.clear();
-            input.str(bytes);
-            vxInputArchive archive(input);
-            archive || buffer;
-        },
-        [&](bool threw) {
-            EXPECT_TRUE(threw);
-            EXPECT_EQ(BufferState(buffer), before);
-        });
-    EXPECT_GT(loads, 2);
-    EXPECT_EQ(store(buffer), bytes);
-
-    const BufferState whole(buffer);
-    FixedBuffer memory;
-    std::ostream output(&memory);
-    const long stores = failing_allocation::failEachAllocation(
-        [&] {
-            vxOutputArchive archive(output);
-            archive || buffer;
-        },
-        [&](bool threw) {
-            EXPECT_TRUE(threw);
-            EXPECT_EQ(BufferState(buffer), whole);
-        });
-    EXPECT_GT(stores, 1);
-}
 } // namespace

@@ -1,7 +1,6 @@
 #include "filt/fft/frequency_buffer.h"
 
 #include "tests/oracle/frequency_buffer.h"
-#include "tests/support/failing_allocation.h"
 #include "tests/support/frequency_buffers.h"
 #include "tests/support/frequency_errors.h"
 
@@ -173,16 +172,5 @@ TEST(FrequencyBufferImages, checkSamplesThenConsumed) {
                 "Cannot access frequency data once inverse has been computed.");
         }
     }
-}
-
-TEST(FrequencyBufferImages, failingAllocationsChangeNothing) {
-    const vxFrequencyBuffer buffer = support::filled(8, 8, 1);
-    const support::BufferState before(buffer);
-    for (Part part : parts) {
-        const long failures = failing_allocation::failEachAllocation(
-            [&] { static_cast<void>(imageOf(buffer, part, true)); }, [](bool threw) { EXPECT_TRUE(threw); });
-        EXPECT_GT(failures, 0);
-    }
-    EXPECT_EQ(support::BufferState(buffer), before);
 }
 } // namespace

@@ -13,7 +13,6 @@
 #include <functional>
 #include <limits>
 #include <memory>
-#include <optional>
 #include <random>
 #include <stdexcept>
 #include <type_traits>
@@ -388,22 +387,6 @@ TEST(FrequencyBufferCrop, keepsAnyOtherTransform) {
     EXPECT_EQ(&BufferAccess::xformCache(cropped).xform(), &BufferAccess::xformCache(source).xform());
 }
 
-TEST(FrequencyBufferCrop, aFailedAllocationLeavesNothingBehind) {
-    vxFrequencyBuffer source = filled(8, 8, 1);
-    BufferAccess::xformCache(source, linearCache({2.0, 3.0, 5.0, 7.0}, {11.0, 13.0}));
-    const BufferState before(source);
-    std::optional<vxFrequencyBuffer> cropped;
-    const long failures = failing_allocation::failEachAllocation([&] { cropped.emplace(source, 4, 2); },
-                                                                 [&](bool threw) {
-                                                                     EXPECT_TRUE(threw);
-                                                                     EXPECT_FALSE(cropped.has_value());
-                                                                 });
-    EXPECT_GT(failures, 1);
-    EXPECT_EQ(BufferState(source), before);
-    ASSERT_TRUE(cropped.has_value());
-    EXPECT_EQ(cropped->width(), 4);
-}
-
 TEST(FrequencyBufferCrop, ofALoadedBufferAboveTheLimit) {
     vxFrequencyBuffer source;
     support::load(source, recordOf(4098, 2, 4098, 2, std::vector<float>(4098 * 2 * 2, 1.0F)).bytes());
@@ -671,32 +654,6 @@ TEST(FrequencyBufferMemory, failureWhileSizingLeavesItUninitialized) {
         EXPECT_EQ(buffer.width(), size);
         support::fill(buffer, 3); // Every sample is there.
     }
-}
-
-TEST(FrequencyBufferMemory, failureWhileAssigningLeavesItUninitialized) {
-    const vxFrequencyBuffer source = filled(64, 64, 1);
-    vxFrequencyBuffer target = filled(8, 8, 2);
-    const long failures =
-        failing_allocation::failEachAllocation([&] { target = source; },
-                                               [&](bool threw) {
-                                                   EXPECT_TRUE(threw);
-                                                   EXPECT_FALSE(BufferState(target).initialized);
-                                               });
-    EXPECT_EQ(failures, 1);
-    EXPECT_TRUE(target == source);
-}
-
-TEST(FrequencyBufferMemory, failingConstructorsLeakNothing) {
-    vxFrequencyBuffer source = filled(64, 64, 1);
-    BufferAccess::xformCache(source, linearCache({2.0, 0.0, 0.0, 3.0}, {1.0, 2.0}));
-    const vxPelBuffer<double> pels(33, 33);
-    const auto failures = [](const std::function<void()>& construct) {
-        return failing_allocation::failEachAllocation(construct, [](bool threw) { EXPECT_TRUE(threw); });
-    };
-    EXPECT_GT(failures([] { vxFrequencyBuffer(3, 3); }), 0);
-    EXPECT_GT(failures([&] { vxFrequencyBuffer{source}; }), 0);
-    EXPECT_GT(failures([&] { vxFrequencyBuffer(source, 8, 8); }), 1);
-    EXPECT_GT(failures([&] { vxFrequencyBuffer(pels, pels); }), 0);
 }
 
 // Random sequences of operations on a few buffers, compared with the transcription after each.

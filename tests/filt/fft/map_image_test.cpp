@@ -239,17 +239,4 @@ TEST(MapImage, matchesTheTranscriptionForLongRows) {
             << "round " << round << " mapping " << mapping;
     }
 }
-
-TEST(MapImage, failingAllocationsLeakNothing) {
-    const vxPelBuffer<double> source(8, 8);
-    for (int mapping = 0; mapping <= 5; ++mapping) {
-        const long failures = failing_allocation::failEachAllocation(
-            [&] {
-                static_cast<void>(
-                    vfFrequencyMapImage(source, static_cast<Defs::FrequencyMapping>(mapping), 0.0, 1.0));
-            },
-            [](bool threw) { EXPECT_TRUE(threw); });
-        EXPECT_GT(failures, 0);
-    }
-}
 } // namespace
