@@ -9,11 +9,12 @@
 
 namespace {
 using Vector = float __attribute__((vector_size(64)));
+using DoubleVector = double __attribute__((vector_size(64)));
 
 // With a mask, since g++ 12 warns of its own unmasked ones.
 constexpr __mmask16 everyLane = 0xffff;
 
-struct Lanes : vx_X86Lanes<Lanes, Vector> {
+struct Lanes : vx_X86Lanes<Lanes, Vector, DoubleVector> {
     using vx_X86Lanes::load;
     static V load(const unsigned char* pels) noexcept {
         return fromIntegers(
@@ -30,6 +31,8 @@ struct Lanes : vx_X86Lanes<Lanes, Vector> {
     static V sqrt(V v) noexcept { return _mm512_maskz_sqrt_ps(everyLane, v); }
     static V lesser(V a, V b) noexcept { return _mm512_maskz_min_ps(everyLane, a, b); }
     static V greater(V a, V b) noexcept { return _mm512_maskz_max_ps(everyLane, a, b); }
+    static D lesser(D a, D b) noexcept { return _mm512_maskz_min_pd(0xff, a, b); }
+    static D greater(D a, D b) noexcept { return _mm512_maskz_max_pd(0xff, a, b); }
     static bool fitIntegers(V v) noexcept {
         const V limit = _mm512_set1_ps(0x1p31F);
         const __mmask16 below = _mm512_cmp_ps_mask(v, limit, _CMP_LT_OQ);
@@ -40,6 +43,12 @@ struct Lanes : vx_X86Lanes<Lanes, Vector> {
     }
     static void narrow(V v, unsigned short* pels) noexcept {
         _mm512_mask_cvtepi32_storeu_epi16(pels, everyLane, truncated(v));
+    }
+    // To 64 bits: what does not fit them becomes the lowest integer, whose low bits are zeros, as they
+    // should.
+    static bool fitIntegers(D /*v*/) noexcept { return true; }
+    static void narrow(D v, unsigned char* pels) noexcept {
+        _mm512_mask_cvtepi64_storeu_epi8(pels, 0xff, _mm512_maskz_cvttpd_epi64(0xff, v));
     }
     static void widen(V v, double* pels) noexcept {
         const __m256 low = __builtin_shufflevector(v, v, 0, 1, 2, 3, 4, 5, 6, 7);

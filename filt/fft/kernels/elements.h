@@ -4,16 +4,11 @@
 /// Samples are (real, imaginary) pairs of adjacent lanes. A whole vector is loaded, computed and stored at a
 /// time; what is left over at the end goes the same way through a vector's room of its own, so that no memory
 /// outside the arrays is touched. An output is one of the inputs or shares nothing with them.
-///
-/// Loops over doubles and bytes stand as plain ones: compilers make of them what each instruction set has, as
-/// long as nothing in them depends on the order of the pels. Where it does, because of a NaN, the loop says
-/// so and its caller takes the pels one by one.
 #pragma once
 
 #include "filt/fft/kernels/kernel_table.h"
 #include "filt/fft/kernels/lanes.h"
 #include "filt/fft/kernels/magnitude.h"
-#include "filt/internal/convert.h"
 
 #include <cmath>
 #include <cstddef>
@@ -76,19 +71,18 @@ void vf_ConjugateKernel(const float* a, float* out, std::size_t samples) {
         });
 }
 
-/// Calls visit(first, samples, count) for each N samples, or as many as are left, where 2 N floats from
-/// `samples` on may be read. Those that are no samples are copies of the first of them.
-template <class L, class Visit>
-[[gnu::always_inline]] inline void vf_EachBlock(const float* samples, std::size_t count, Visit visit) {
-    constexpr std::size_t N = L::count;
+/// Calls visit(first, from, size) for each `block` elements of `parts` values, or as many as are left; from
+/// `from` on, a whole block may be read. What is no element is a copy of the first of them.
+template <class L, std::size_t block, std::size_t parts, class T, class Visit>
+[[gnu::always_inline]] inline void vf_EachBlock(const T* elements, std::size_t count, Visit visit) {
     std::size_t first = 0;
-    for (; first + N <= count; first += N) {
-        visit(first, samples + 2 * first, N);
+    for (; first + block <= count; first += block) {
+        visit(first, elements + parts * first, block);
     }
     if (first < count) {
-        float room[2 * N];
-        for (std::size_t i = 0; i < N; ++i) {
-            vf_Copy<L>(samples + 2 * (first + i < count ? first + i : first), 2, room + 2 * i);
+        T room[parts * block];
+        for (std::size_t i = 0; i < block; ++i) {
+            vf_Copy<L>(elements + parts * (first + i < count ? first + i : first), parts, room + parts * i);
         }
         visit(first, room, count - first);
     }
@@ -104,7 +98,7 @@ template <class L, std::size_t part>
 
 template <class L, std::size_t part>
 void vf_PartKernel(const float* samples, std::size_t count, float scale, double* pels) {
-    vf_EachBlock<L>(
+    vf_EachBlock<L, L::count, 2>(
         samples,
         count, [=](std::size_t first, const float* from, std::size_t lanes) __attribute__((always_inline)) {
             L::storeWidened(pels + first, vf_PartOf<L, part>(from) * scale, lanes);
@@ -118,7 +112,7 @@ bool vf_MagnitudeRangeKernel(const float* samples, std::size_t count, vx_Range<f
     V least = L::fill(range.least);
     V most = L::fill(range.most);
     V sum = L::fill(0.0F); // Of what is not negative: NaN exactly when one of them is.
-    vf_EachBlock<L>(
+    vf_EachBlock<L, L::count, 2>(
         samples, count,
         [&](std::size_t /*first*/, const float* from, std::size_t /*lanes*/) __attribute__((always_inline)) {
             const V re = vf_PartOf<L, 0>(from);
@@ -194,76 +188,59 @@ void vf_RingKernel(const vx_RingRow& row, std::int32_t begin, std::int32_t count
     }
 }
 
-/// Extends the range by the pels; false, and any range, when one is NaN.
+/// Extends the range by the pels; false, and any range, when one is NaN or infinite.
 template <class L>
 bool vf_PelRangeKernel(const double* pels, std::size_t count, vx_Range<double>& range) {
-    constexpr std::size_t lanes = 16;
-    double least[lanes];
-    double most[lanes];
-    double sum[lanes];
-    for (std::size_t lane = 0; lane < lanes; ++lane) {
-        least[lane] = range.least;
-        most[lane] = range.most;
-        sum[lane] = 0.0;
-    }
-    const auto add = [&](std::size_t lane, double p) __attribute__((always_inline)) {
-        least[lane] = p < least[lane] ? p : least[lane];
-        most[lane] = p > most[lane] ? p : most[lane];
-        sum[lane] += std::fabs(p); // NaN exactly when one of them is.
-    };
-    std::size_t i = 0;
-    for (; i + lanes <= count; i += lanes) {
-        for (std::size_t lane = 0; lane < lanes; ++lane) {
-            add(lane, pels[i + lane]);
-        }
-    }
-    for (std::size_t lane = 0; i < count; ++i, ++lane) {
-        add(lane, pels[i]);
-    }
+    using D = typename L::D;
+    constexpr std::size_t N = L::count / 2;
+    D least = L::fill(range.least);
+    D most = L::fill(range.most);
+    D zero = L::fill(0.0);
+    vf_EachBlock<L, 2 * N, 1>(
+        pels, count,
+        [&](std::size_t /*first*/, const double* from, std::size_t /*size*/) __attribute__((always_inline)) {
+            const D a = L::loadDoubles(from);
+            const D b = L::loadDoubles(from + N);
+            least = L::lesser(L::lesser(a, b), least);
+            most = L::greater(L::greater(a, b), most);
+            zero = zero + (a * 0.0 + b * 0.0);
+        });
+    double leasts[N];
+    double mosts[N];
+    double zeros[N];
+    L::store(leasts, least);
+    L::store(mosts, most);
+    L::store(zeros, zero);
     bool numbers = true;
-    for (std::size_t lane = 0; lane < lanes; ++lane) {
-        range.least = least[lane] < range.least ? least[lane] : range.least;
-        range.most = most[lane] > range.most ? most[lane] : range.most;
-        numbers = numbers && sum[lane] == sum[lane];
+    for (std::size_t i = 0; i < N; ++i) {
+        range.least = leasts[i] < range.least ? leasts[i] : range.least;
+        range.most = mosts[i] > range.most ? mosts[i] : range.most;
+        numbers = numbers && zeros[i] == 0.0;
     }
     return numbers;
 }
 
-/// (p - low) * gain for each pel p, truncated, limited to the range of the result; 0 for a NaN.
-template <class L>
-void vf_ClippedPelKernel(const double* pels, std::size_t count, double low, double gain, unsigned char* to) {
-    for (std::size_t i = 0; i < count; ++i) {
-        const double value = (pels[i] - low) * gain;
-        const double positive = value > 0.0 ? value : 0.0;
-        to[i] = static_cast<unsigned char>(static_cast<std::int32_t>(positive < 255.0 ? positive : 255.0));
-    }
-}
-
-/// The low bits of (p - low) * gain, truncated, for each pel p. Unless they are huge, all values of a block
-/// fit 32 bits; that conversion every processor has for several values at once, and the low bits are the
-/// same.
-template <class L>
-void vf_WrappedPelKernel(const double* pels, std::size_t count, double low, double gain, unsigned char* to) {
-    constexpr std::size_t block = 256;
-    constexpr double limit = 0x1p31;
-    double values[block];
-    for (std::size_t done = 0; done < count; done += block) {
-        const std::size_t size = vf_Smaller<L>(block, count - done);
-        std::int64_t huge = 0;
-        for (std::size_t i = 0; i < size; ++i) {
-            values[i] = (pels[done + i] - low) * gain;
-            huge |= std::fabs(values[i]) < limit ? 0 : 1; // A NaN is huge.
-        }
-        if (huge == 0) {
-            for (std::size_t i = 0; i < size; ++i) {
-                to[done + i] = static_cast<unsigned char>(static_cast<std::int32_t>(values[i]));
+/// The low bits of (p - low) * gain, truncated, for each pel p; if `clipped`, limited to the range of the
+/// result before, which makes a NaN 0.
+template <class L, bool clipped>
+void vf_MapKernel(const double* pels, std::size_t count, double low, double gain, unsigned char* to) {
+    using D = typename L::D;
+    constexpr std::size_t N = L::count / 2;
+    vf_EachBlock<L, N, 1>(
+        pels,
+        count, [=](std::size_t first, const double* from, std::size_t size) __attribute__((always_inline)) {
+            D value = (L::loadDoubles(from) - low) * gain;
+            if constexpr (clipped) {
+                value = L::lesser(L::greater(value, L::fill(0.0)), L::fill(255.0));
             }
-        } else {
-            for (std::size_t i = 0; i < size; ++i) {
-                to[done + i] = vf_LowBits<unsigned char>(values[i]);
+            if (size == N) {
+                L::storeLowBits(to + first, value);
+            } else {
+                unsigned char room[N];
+                L::storeLowBits(room, value);
+                vf_Copy<L>(room, size, to + first);
             }
-        }
-    }
+        });
 }
 
 template <class L>
@@ -271,6 +248,6 @@ constexpr vx_ElementKernels vf_ElementKernels() {
     return {vf_ProductKernel<L>,        vf_SumKernel<L>,      vf_DifferenceKernel<L>,
             vf_ConjugateKernel<L>,      vf_GainKernel<L>,     vf_RingKernel<L>,
             vf_PartKernel<L, 0>,        vf_PartKernel<L, 1>,  vf_MagnitudesKernel<L, double>,
-            vf_MagnitudeRangeKernel<L>, vf_PelRangeKernel<L>, vf_ClippedPelKernel<L>,
-            vf_WrappedPelKernel<L>};
+            vf_MagnitudeRangeKernel<L>, vf_PelRangeKernel<L>, vf_MapKernel<L, true>,
+            vf_MapKernel<L, false>};
 }

@@ -105,8 +105,8 @@ struct vx_Range {
     T most;
 };
 
-/// A row of a ring of frequencies: the sample of column u is sqrt(u * u + squaredV) bins from DC, and its gain
-/// is that of the profile at its distance from the centre of the ring.
+/// A row of a ring of frequencies: the sample of column u is sqrt(u * u + squaredV) bins from DC, and its
+/// gain is that of the profile at its distance from the centre of the ring.
 struct vx_RingRow {
     double squaredV;
     double centre;
@@ -134,8 +134,8 @@ struct vx_ElementKernels {
     void (*imaginaryParts)(const float* samples, std::size_t count, float scale, double* pels);
     void (*magnitudes)(const float* samples, std::size_t count, const vx_PelScale& scale, double* pels);
 
-    /// Extends a range by squared magnitudes or by pels. False when one of them is NaN: only one by one, in
-    /// order, do NaNs have the effect that they are to have, and the range is any.
+    /// Extends a range by squared magnitudes or by pels. False, and any range, when one of them is NaN,
+    /// which may be so for infinite pels, too: only one by one, in order, do NaNs have their effect.
     bool (*magnitudeRange)(const float* samples, std::size_t count, vx_Range<float>& range);
     bool (*pelRange)(const double* pels, std::size_t count, vx_Range<double>& range);
 

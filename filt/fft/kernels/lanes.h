@@ -5,6 +5,9 @@
 ///     V                   a vector of `count` floats with + - * among vectors, * by a float, and unary -
 ///     load, store         from and to memory of any alignment
 ///     fill(float)         the same in every lane
+///     lesser, greater     of two vectors lane by lane; of two zeros, or with a NaN, the second
+///     D                   a vector of half as many doubles, with the same but unary -, fill(double) and
+///     loadDoubles         from memory of any alignment
 ///     shuffle<Pattern>    lane i becomes lane Pattern::lane(i) of the 2 * count lanes of a pair
 ///
 /// Sets are local to their units, and so is whatever is a template on a set. All code of a unit must be that
@@ -17,9 +20,10 @@
 #include <utility>
 
 /// Vectors that the compiler knows. `Set` is the class that derives from this one.
-template <class Set, class Vector>
+template <class Set, class Vector, class DoubleVector>
 struct vx_VectorLanes {
     using V = Vector;
+    using D = DoubleVector;
     static constexpr std::size_t count = sizeof(V) / sizeof(float);
 
     static V load(const float* from) noexcept {
@@ -27,10 +31,17 @@ struct vx_VectorLanes {
         std::memcpy(&v, from, sizeof v);
         return v;
     }
+    static D loadDoubles(const double* from) noexcept {
+        D v;
+        std::memcpy(&v, from, sizeof v);
+        return v;
+    }
     static void store(float* to, V v) noexcept { std::memcpy(to, &v, sizeof v); }
+    static void store(double* to, D v) noexcept { std::memcpy(to, &v, sizeof v); }
 
     /// Every lane x.
     static V fill(float x) noexcept { return x - V{}; }
+    static D fill(double x) noexcept { return x - D{}; }
 
     template <class Pattern>
     static V shuffle(V a, V b) noexcept {

@@ -11,8 +11,9 @@
 
 namespace {
 using Vector = float __attribute__((vector_size(16)));
+using DoubleVector = double __attribute__((vector_size(16)));
 
-struct Lanes : vx_X86Lanes<Lanes, Vector> {
+struct Lanes : vx_X86Lanes<Lanes, Vector, DoubleVector> {
     using vx_X86Lanes::load;
     static V load(const unsigned char* pels) noexcept {
         std::int32_t four = 0;
@@ -28,6 +29,8 @@ struct Lanes : vx_X86Lanes<Lanes, Vector> {
     static V sqrt(V v) noexcept { return _mm_sqrt_ps(v); }
     static V lesser(V a, V b) noexcept { return _mm_min_ps(a, b); }
     static V greater(V a, V b) noexcept { return _mm_max_ps(a, b); }
+    static D lesser(D a, D b) noexcept { return _mm_min_pd(a, b); }
+    static D greater(D a, D b) noexcept { return _mm_max_pd(a, b); }
     static bool fitIntegers(V v) noexcept {
         const V limit = _mm_set1_ps(0x1p31F);
         return _mm_movemask_ps(_mm_and_ps(_mm_cmplt_ps(v, limit), _mm_cmpge_ps(v, -limit))) == 0xf;
@@ -42,6 +45,15 @@ struct Lanes : vx_X86Lanes<Lanes, Vector> {
         // Sign extended, the low halves survive signed saturation.
         const __m128i low = _mm_srai_epi32(_mm_slli_epi32(_mm_cvttps_epi32(v), 16), 16);
         _mm_storel_epi64(reinterpret_cast<__m128i*>(pels), _mm_packs_epi32(low, low));
+    }
+    static bool fitIntegers(D v) noexcept {
+        const D limit = _mm_set1_pd(0x1p31);
+        return _mm_movemask_pd(_mm_and_pd(_mm_cmplt_pd(v, limit), _mm_cmpge_pd(v, -limit))) == 0x3;
+    }
+    static void narrow(D v, unsigned char* pels) noexcept {
+        const __m128i integers = _mm_cvttpd_epi32(v);
+        pels[0] = static_cast<unsigned char>(_mm_cvtsi128_si32(integers));
+        pels[1] = static_cast<unsigned char>(_mm_cvtsi128_si32(_mm_srli_si128(integers, 4)));
     }
     static void widen(V v, double* pels) noexcept {
         _mm_storeu_pd(pels, _mm_cvtps_pd(v));

@@ -7,11 +7,12 @@
 
 #include <cstddef>
 
-/// `Set` adds load() from pels; sqrt(V), lesser(V, V) and greater(V, V); fitIntegers(V), whether all lanes fit 32-bit integers; narrow(V,
-/// pels) for both kinds of integers, which truncates to 32 bits and then to the pel; and widen(V, double*).
-template <class Set, class Vector>
-struct vx_X86Lanes : vx_VectorLanes<Set, Vector> {
-    using Base = vx_VectorLanes<Set, Vector>;
+/// `Set` adds load() from pels; sqrt(V), lesser(V, V) and greater(V, V); fitIntegers(V), whether all lanes
+/// fit 32-bit integers; narrow(V, pels) for both kinds of integers, which truncates to 32 bits and then to
+/// the pel; and widen(V, double*).
+template <class Set, class Vector, class DoubleVector>
+struct vx_X86Lanes : vx_VectorLanes<Set, Vector, DoubleVector> {
+    using Base = vx_VectorLanes<Set, Vector, DoubleVector>;
 
     /// The first `pels` lanes as integers.
     static void storeLowBits(unsigned char* to, Vector v, std::size_t pels) noexcept {
@@ -30,6 +31,18 @@ struct vx_X86Lanes : vx_VectorLanes<Set, Vector> {
                 }
             }
         });
+    }
+    /// The doubles as integers.
+    static void storeLowBits(unsigned char* to, DoubleVector v) noexcept {
+        if (Set::fitIntegers(v)) {
+            Set::narrow(v, to);
+        } else {
+            double room[Base::count / 2];
+            Base::store(room, v);
+            for (std::size_t i = 0; i < Base::count / 2; ++i) {
+                to[i] = vf_LowBits<unsigned char>(room[i]);
+            }
+        }
     }
     static void storeWidened(double* to, Vector v, std::size_t pels) noexcept {
         store(to, pels, [v](double* all) { Set::widen(v, all); });
