@@ -8,7 +8,6 @@
 #include "filt/internal/numerics.h"
 #include "kavstd/attention.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstddef>
 
@@ -192,6 +191,16 @@ void invert(const Member<P, S>& member, vxFrequencyBuffer& buffer, vxPelBuffer<P
     }
 }
 
+// One part of each sample, scaled.
+vxPelBuffer<double> partImage(const vx_SpatialSamples& spatial, decltype(vx_ElementKernels::realParts) parts,
+                              float scale) {
+    vxPelBuffer<double> image = vf_UnsetImageOf<double>(spatial.buffer);
+    vf_ForEachRun(spatial, [&](const float* samples, long count, long x, long y) {
+        parts(samples, static_cast<std::size_t>(count), scale, vf_PelRow(image, y) + x);
+    });
+    return image;
+}
+
 // A bound image, too, takes the client transform here.
 void deliverPart(const vxPelBuffer<double>& image, vxPelBuffer<double>& output) {
     vf_Deliver(image, output);
@@ -249,11 +258,10 @@ void vfInverseFFT(vxFrequencyBuffer& buffer, vxPelBuffer<double>& real, vxPelBuf
     transform(working);
     const vx_SpatialSamples& spatial = working.samples();
     const float scale = scaleOf(spatial.buffer);
-    const auto realPel = [scale](float re, float) { return static_cast<double>(re * scale); };
-    const auto imaginaryPel = [scale](float, float im) { return static_cast<double>(im * scale); };
-    const vxPelBuffer<double> realImage = vf_Wrapped(spatial.buffer, vf_ImageOf<double>(spatial, realPel));
+    const vxPelBuffer<double> realImage =
+        vf_Wrapped(spatial.buffer, partImage(spatial, vf_Elements().realParts, scale));
     const vxPelBuffer<double> imaginaryImage =
-        vf_Wrapped(spatial.buffer, vf_ImageOf<double>(spatial, imaginaryPel));
+        vf_Wrapped(spatial.buffer, partImage(spatial, vf_Elements().imaginaryParts, scale));
     if (inPlace) {
         markConsumed(buffer);
     }

@@ -23,8 +23,9 @@
 
 /// Magnitude image and, if `angle` is not null, the phase angle image. `normalize` stretches 8- and 16-bit
 /// images to the full pel range; without it magnitudes are rounded to the nearest integer, whose low 8 or 16
-/// bits are kept. Images of 8 bits come back from forward and inverse as they were; so do images of 16 bits
-/// up to 512 x 512, while pels of larger ones of high contrast can be off by one (and 65535 then wraps to 0).
+/// bits are kept. At the offset (0, 0), images of 8 bits come back from forward and inverse as they were; so
+/// do images of 16 bits up to 512 x 512, while pels of larger ones of high contrast can be off by one (and
+/// 65535 then wraps to 0).
 VX_EXPORT void vf_InverseFFT(vxFrequencyBuffer& buffer, vxPelBuffer<unsigned char>& image,
                              vxPelBuffer<double>* angle, bool normalize, bool inPlace);
 VX_EXPORT void vf_InverseFFT(vxFrequencyBuffer& buffer, vxPelBuffer<unsigned short>& image,

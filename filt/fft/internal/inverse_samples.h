@@ -11,9 +11,7 @@
 #include <cstddef>
 #include <optional>
 
-/// Memory for samples that is not cleared. A plane of 32 MiB is in two parts of unequal size, because the
-/// usual allocators give requests of that size back to the system at once, and having their pages cleared
-/// again at every call costs a good part of a transform's time.
+/// Memory for samples that is not cleared, above 16 MiB in two parts, for the reason that vx_OwnRecords has.
 class vx_TemporaryPlane {
 public:
     explicit vx_TemporaryPlane(const vxPair<long>& size)
@@ -29,9 +27,8 @@ public:
 private:
     static std::size_t leftWidth(const vx_Plane& plane) noexcept {
         constexpr std::size_t largestInOne = std::size_t{16} << 20U;
-        return 2 * sizeof(float) * plane.width * plane.height <= largestInOne || plane.width < 64
-                   ? plane.width
-                   : plane.width * 3 / 4;
+        return 2 * sizeof(float) * plane.width * plane.height <= largestInOne ? plane.width
+                                                                              : plane.width * 3 / 4;
     }
 
     vx_Plane plane_;

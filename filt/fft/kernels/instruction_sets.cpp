@@ -7,7 +7,7 @@ namespace {
 // Null but in tests and benchmarks.
 std::atomic<const vx_Kernels*> forced = nullptr;
 
-const vx_Kernels* kernelsOf(vx_InstructionSet set) {
+const vx_Kernels* kernelsOf(vx_InstructionSet set) noexcept {
     switch (set) {
 #ifdef VX_X86_64
     case vx_InstructionSet::sse2:
@@ -22,7 +22,7 @@ const vx_Kernels* kernelsOf(vx_InstructionSet set) {
     }
 }
 
-bool runs(vx_InstructionSet set) {
+bool runs(vx_InstructionSet set) noexcept {
     switch (set) {
 #ifdef VX_X86_64
     case vx_InstructionSet::sse2:
@@ -41,27 +41,35 @@ bool runs(vx_InstructionSet set) {
 constexpr vx_InstructionSet slowestFirst[] = {vx_InstructionSet::portable, vx_InstructionSet::sse2,
                                               vx_InstructionSet::avx2, vx_InstructionSet::avx512};
 
-bool fits(const vx_Kernels& kernels, const vxPair<long>& size) {
+bool fits(const vx_Kernels& kernels, const vxPair<long>& size) noexcept {
     const auto lanes = static_cast<long>(kernels.lanes);
     return size.x() >= 2 * lanes && size.y() >= lanes;
 }
 
-} // namespace
-
-const vx_Kernels& vf_KernelsFor(const vxPair<long>& size) {
-    const vx_Kernels* const only = forced;
-    const vx_Kernels* best = &vx_InstructionSets::single;
+// The fastest that suits, or one lane.
+template <class Suits>
+const vx_Kernels& fastestThat(Suits suits) noexcept {
+    const vx_Kernels* fastest = &vx_InstructionSets::single;
     for (const vx_InstructionSet set : slowestFirst) {
-        const vx_Kernels* const kernels = kernelsOf(set);
-        if ((only == nullptr || only == kernels) && runs(set) && fits(*kernels, size)) {
-            best = kernels;
+        const vx_Kernels& kernels = *kernelsOf(set);
+        if (runs(set) && suits(kernels)) {
+            fastest = &kernels;
         }
     }
-    return *best;
+    return *fastest;
 }
 
-const vx_ElementKernels& vf_Elements() {
-    static const vx_Kernels& fastest = *kernelsOf(vf_SupportedInstructionSets().back());
+} // namespace
+
+const vx_Kernels& vf_KernelsFor(const vxPair<long>& size) noexcept {
+    const vx_Kernels* const only = forced;
+    return fastestThat([&size, only](const vx_Kernels& kernels) {
+        return (only == nullptr || only == &kernels) && fits(kernels, size);
+    });
+}
+
+const vx_ElementKernels& vf_Elements() noexcept {
+    static const vx_Kernels& fastest = fastestThat([](const vx_Kernels&) { return true; });
     const vx_Kernels* const only = forced;
     return only == nullptr ? fastest.elements : only->elements;
 }

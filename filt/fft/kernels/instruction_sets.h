@@ -13,7 +13,7 @@
 
 /// One table per instruction set, each in a unit of its own that is compiled for that set.
 struct vx_InstructionSets {
-    static const vx_Kernels single; ///< One lane: images with fewer rows or columns than a vector has lanes.
+    static const vx_Kernels single; ///< One lane: for what is too small for any vectors.
     static const vx_Kernels portable;
 #ifdef VX_X86_64
     static const vx_Kernels sse2;
@@ -26,10 +26,10 @@ struct vx_InstructionSets {
 void vf_RealBackward(const vx_Plane& plane);
 
 /// The fastest kernels of the running processor for a spectrum of that size.
-[[nodiscard]] const vx_Kernels& vf_KernelsFor(const vxPair<long>& size);
+[[nodiscard]] const vx_Kernels& vf_KernelsFor(const vxPair<long>& size) noexcept;
 
 /// The fastest loops of the running processor over single samples, for any number of them.
-[[nodiscard]] const vx_ElementKernels& vf_Elements();
+[[nodiscard]] const vx_ElementKernels& vf_Elements() noexcept;
 
 /// Those of the running processor, from the slowest to the fastest.
 [[nodiscard]] std::vector<vx_InstructionSet> vf_SupportedInstructionSets();
@@ -37,7 +37,7 @@ void vf_RealBackward(const vx_Plane& plane);
 [[nodiscard]] const char* vf_InstructionSetName(vx_InstructionSet set);
 
 /// For tests and benchmarks: while it lives, every transform of the process takes this set, or one lane,
-/// and every loop over samples this set.
+/// and every loop over samples this set, which the running processor must have.
 class vx_ForcedInstructionSet {
 public:
     explicit vx_ForcedInstructionSet(vx_InstructionSet set);

@@ -4,9 +4,9 @@
 ///
 /// From a public transform down to the butterfly: instruction_sets.cpp chooses a table; kernel_text.h says
 /// what its entries are; transform_2d.h goes over the rows (row_pass.h), then over the columns
-/// (column_pass.h); split_radix.h is the 1-D transform. Pels come in by row_sources.h and go out by
-/// magnitude.h; elements.h has the loops over single samples; lanes.h is the arithmetic that all of it is
-/// written in.
+/// (column_pass.h), with records.h between them; split_radix.h is the 1-D transform, and split_step.h makes
+/// it one of real rows. Pels come in by row_sources.h and go out by magnitude.h; elements.h has the loops
+/// over single samples; lanes.h is the arithmetic that all of it is written in.
 #pragma once
 
 #include "filt/fft/kernels/row_band.h"
@@ -147,7 +147,8 @@ struct vx_ElementKernels {
 struct vx_Kernels {
     vx_InstructionSet set;
 
-    /// Rows and columns that a tile holds: images with fewer are for narrower kernels.
+    /// Rows and columns that a tile holds. Images with fewer rows, or less than twice as many columns, are
+    /// for narrower kernels.
     std::size_t lanes;
 
     vx_PelKernels<unsigned char> bytes;
