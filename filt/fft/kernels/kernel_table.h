@@ -35,7 +35,7 @@ struct vx_SplitPlane {
     [[gnu::always_inline]] vx_SplitPlane(const vx_Plane& first, const vx_Plane& second) noexcept
         : left(first), right(second) {}
     [[gnu::always_inline]] vx_SplitPlane(const vx_Plane& whole) noexcept
-        : left(whole), right{nullptr, 0, whole.height} {}
+        : left(whole), right{whole.data, 0, whole.height} {}
 
     [[nodiscard, gnu::always_inline]] std::size_t width() const noexcept { return left.width + right.width; }
     [[nodiscard, gnu::always_inline]] std::size_t height() const noexcept { return left.height; }
