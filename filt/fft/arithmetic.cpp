@@ -58,6 +58,12 @@ void combineInto(const vxFrequencyBuffer& a, const vxFrequencyBuffer& b, vxFrequ
         return;
     }
     checkSizes(Access::copySize(a), Access::size(b), message);
+    if (!Access::copyKeepsSize(a)) {
+        vxFrequencyBuffer result(a);
+        update(b, result, combine);
+        Access::swap(c, result);
+        return;
+    }
     Access::takeState(c, a);
     combine(Access::data(a), Access::data(b), Access::data(c), samplesOf(c));
 }

@@ -32,7 +32,9 @@ Range rangeOf(const vxPelBuffer_const<double>& image) {
     for (long y = 0; y < image.height(); ++y) {
         const double* row = vf_PelRow(image, y);
         Range extended = range;
-        if (vf_Elements().pelRange(row, static_cast<std::size_t>(image.width()), extended)) {
+        // As the greatest so far a NaN lasts until the next pel, so then, too, order matters.
+        if (!std::isnan(range.most) &&
+            vf_Elements().pelRange(row, static_cast<std::size_t>(image.width()), extended)) {
             range = extended;
         } else {
             extend(range, row, image.width());

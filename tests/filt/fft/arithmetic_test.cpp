@@ -385,6 +385,31 @@ TEST(FrequencySubtract, copiesOfCroppedOperandsMustFitEachOther) {
     EXPECT_EQ(samplesOf(b), oracle::subtract(expectedA, expectedB));
 }
 
+// Copies of loaded buffers can be larger than they are: the difference is one of copies.
+TEST(FrequencySubtract, ofLoadedOperandsThatGrowWhenTheyAreCopied) {
+    Samples first;
+    Samples second;
+    for (int i = 0; i < 2 * 5 * 5; ++i) {
+        first.push_back(static_cast<float>(i));
+        second.push_back(static_cast<float>(100 * i));
+    }
+    vxFrequencyBuffer a;
+    vxFrequencyBuffer b;
+    support::load(a, support::recordOf(5, 5, 5, 5, first).bytes());
+    support::load(b, support::recordOf(5, 5, 5, 5, second).bytes());
+    const long failures = failing_allocation::failEachAllocation([&] { vfFrequencySubtract(a, b, b); },
+                                                                 [&](bool threw) {
+                                                                     EXPECT_TRUE(threw);
+                                                                     EXPECT_EQ(samplesOf(b), second);
+                                                                 });
+    EXPECT_EQ(failures, 2); // Copies of both.
+    EXPECT_EQ(b.width(), 8);
+    EXPECT_EQ(b.height(), 8);
+    Samples expected = oracle::subtract(first, second);
+    expected.resize(2 * 8 * 8, 0.0F);
+    EXPECT_EQ(samplesOf(b), expected);
+}
+
 TEST(FrequencySubtract, intoTheSecondOperandWithFailingAllocations) {
     const vxFrequencyBuffer a = filled(8, 8, 1);
     const vxFrequencyBuffer original = filled(8, 8, 2);

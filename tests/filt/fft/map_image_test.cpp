@@ -21,13 +21,23 @@ constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr double pi = 3.14159265358979323846;
 constexpr int unknown[] = {-1, 5, 6, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()};
 
-// One row.
-Bytes mapped(std::vector<double> pels, Defs::FrequencyMapping mapping, double rangeMin = nan,
-             double rangeMax = nan) {
-    const auto width = static_cast<long>(pels.size());
-    const vxPelBuffer<double> source(pels.data(), width, 1, width);
+// As rows of `width` pels.
+Bytes mappedRows(std::vector<double> pels, long width, Defs::FrequencyMapping mapping, double rangeMin,
+                 double rangeMax) {
+    const long height = static_cast<long>(pels.size()) / width;
+    const vxPelBuffer<double> source(pels.data(), width, height, width);
     const vxPelBuffer<unsigned char> result = vfFrequencyMapImage(source, mapping, rangeMin, rangeMax);
-    return {result.pointToRow(0), result.pointToRow(0) + width};
+    Bytes bytes;
+    for (long y = 0; y < height; ++y) {
+        bytes.insert(bytes.end(), result.pointToRow(y), result.pointToRow(y) + width);
+    }
+    return bytes;
+}
+
+// One row.
+Bytes mapped(const std::vector<double>& pels, Defs::FrequencyMapping mapping, double rangeMin = nan,
+             double rangeMax = nan) {
+    return mappedRows(pels, static_cast<long>(pels.size()), mapping, rangeMin, rangeMax);
 }
 
 TEST(MapImage, clip) {
@@ -61,6 +71,8 @@ TEST(MapImage, linearWithNaNs) {
     // A NaN at the end stays the maximum: the range counts as 1.
     EXPECT_EQ(mapped({4.0, 2.0, nan}, Defs::eLinear), (Bytes{252, 254, 0}));
     EXPECT_EQ(mapped({nan, nan}, Defs::eLinear), (Bytes{0, 0}));
+    // At the end of a row it is the maximum until the next row.
+    EXPECT_EQ(mappedRows({1.0, nan, 3.0, 100.0}, 2, Defs::eLinear, nan, nan), (Bytes{2, 0, 7, 254}));
 }
 
 TEST(MapImage, linearBeyondTheStartValues) {
@@ -208,14 +220,16 @@ TEST(MapImage, matchesTheTranscription) {
     };
     for (int round = 0; round < 20000; ++round) {
         const unsigned kind = random() % 4;
-        std::vector<double> pels(1 + random() % 12);
+        const std::size_t width = 1 + random() % 12;
+        std::vector<double> pels(width * (1 + random() % 3));
         for (double& pel : pels) {
             pel = value(kind);
         }
         const int mapping = static_cast<int>(random() % 6);
         const double rangeMin = value(kind);
         const double rangeMax = value(kind);
-        ASSERT_EQ(mapped(pels, static_cast<Defs::FrequencyMapping>(mapping), rangeMin, rangeMax),
+        ASSERT_EQ(mappedRows(pels, static_cast<long>(width), static_cast<Defs::FrequencyMapping>(mapping),
+                             rangeMin, rangeMax),
                   oracle::mapImage(pels, mapping, rangeMin, rangeMax))
             << "round " << round << " mapping " << mapping;
     }
