@@ -26,7 +26,9 @@ struct Quadrant {
 template <class Reader>
 vxPelBuffer<typename Reader::Pel> read(const vx_SpatialSamples& spatial) {
     vxAttention::check();
-    return vf_Wrapped(spatial.buffer, vf_ImageOf<typename Reader::Pel>(spatial, Reader::valueOf));
+    // Not the function itself, which would be called through a pointer for each pel.
+    const auto valueOf = [](float re, float im) { return Reader::valueOf(re, im); };
+    return vf_Wrapped(spatial.buffer, vf_ImageOf<typename Reader::Pel>(spatial, valueOf));
 }
 
 } // namespace
