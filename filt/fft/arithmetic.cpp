@@ -58,6 +58,7 @@ void combineInto(const vxFrequencyBuffer& a, const vxFrequencyBuffer& b, vxFrequ
         return;
     }
     checkSizes(Access::copySize(a), Access::size(b), message);
+    // Where b is a copy, too: copies of loaded buffers can be larger than these, and end with zeros.
     if (!Access::copyKeepsSize(a)) {
         vxFrequencyBuffer result(a);
         update(b, result, combine);

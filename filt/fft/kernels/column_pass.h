@@ -122,8 +122,7 @@ private:
     float* first_;
     float* mirror_;
     std::size_t step_;
-    std::size_t
-        next_; ///< Floats to the next record, down, and to that of its conjugates, up; 0: none follows.
+    std::size_t next_; ///< Floats to the next record, down, or to its conjugates, up; 0: none follows.
     std::size_t height_;
     bool nextIsNyquist_;
 };
