@@ -11,4 +11,4 @@ endif()
 run("${CMAKE_COMMAND}" -S "${examples}" -B "${work}/examples" -G "${generator}" -D CMAKE_BUILD_TYPE=Release
     -D "CMAKE_CXX_COMPILER=${compiler}" -D "CMAKE_PREFIX_PATH=${work}/prefix")
 run("${CMAKE_COMMAND}" --build "${work}/examples")
-run("${work}/examples/band_pass")
+run("${CMAKE_CTEST_COMMAND}" --test-dir "${work}/examples" --output-on-failure --no-tests=error)
