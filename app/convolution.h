@@ -2,9 +2,9 @@
 /// Convolution of an image with a kernel, through their spectra.
 #pragma once
 
+#include "app/filtering.h"
 #include "app/image.h"
 #include "app/pel_range.h"
-#include "app/recipes.h"
 
 #include <optional>
 #include <string>

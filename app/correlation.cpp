@@ -1,7 +1,7 @@
 #include "app/correlation.h"
 
+#include "app/filtering.h"
 #include "app/padding.h"
-#include "app/recipes.h"
 #include "kavstd/attention.h"
 
 #include <algorithm>

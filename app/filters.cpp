@@ -5,7 +5,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <iterator>
+#include <limits>
 #include <numbers>
 
 namespace app {
@@ -148,6 +151,26 @@ constexpr Type types[] = {
     {"image", is<ImageFilter>, makeImage, describeImage, 0, nullptr, false},
 };
 
+constexpr Use no = Use::no;
+constexpr Use may = Use::may;
+constexpr Use must = Use::must;
+
+// Which type takes which parameters, in the order of parameterNames.
+struct Uses {
+    const char* type;
+    Use of[std::size(parameterNames)];
+};
+// clang-format off
+constexpr Uses uses[] = {
+    //                frequency sigma plateau dc   angle pair kernel unit
+    {"bandpass",     {must,     must, may,    may, no,   no,  no,    no}},
+    {"bandreject",   {must,     must, may,    may, no,   no,  no,    no}},
+    {"gabor",        {must,     must, may,    may, must, may, no,    no}},
+    {"gabor-reject", {must,     must, may,    may, must, may, no,    no}},
+    {"image",        {no,       no,   no,     no,  no,   no,  must,  may}},
+};
+// clang-format on
+
 const Type& typeNamed(const std::string& name) {
     const auto* type =
         std::find_if(std::begin(types), std::end(types), [&name](const Type& t) { return t.name == name; });
@@ -224,6 +247,41 @@ std::vector<std::string> filterTypes() {
     std::transform(std::begin(types), std::end(types), std::back_inserter(names),
                    [](const Type& type) { return type.name; });
     return names;
+}
+
+Use parameterUse(const std::string& type, const std::string& parameterName) {
+    const auto* row =
+        std::find_if(std::begin(uses), std::end(uses), [&type](const Uses& u) { return u.type == type; });
+    const auto* name = std::find(std::begin(parameterNames), std::end(parameterNames), parameterName);
+    if (row == std::end(uses) || name == std::end(parameterNames)) {
+        return Use::no;
+    }
+    return row->of[name - std::begin(parameterNames)];
+}
+
+vxRadian radiansOf(double degrees) {
+    return vxRadian(degrees * std::numbers::pi / 180);
+}
+
+double degreesOf(vxRadian angle) {
+    const double degrees = angle.toDouble() * 180 / std::numbers::pi;
+    // The shortest number that stands for the angle is what a person wrote.
+    for (int digits = 1; digits <= std::numeric_limits<double>::max_digits10; ++digits) {
+        char text[32];
+        std::snprintf(text, sizeof text, "%.*g", digits, degrees);
+        const double candidate = std::strtod(text, nullptr);
+        if (radiansOf(candidate) == angle) {
+            return candidate;
+        }
+    }
+    for (const double direction :
+         {-std::numeric_limits<double>::infinity(), +std::numeric_limits<double>::infinity()}) {
+        const double neighbour = std::nextafter(degrees, direction);
+        if (radiansOf(neighbour) == angle) {
+            return neighbour;
+        }
+    }
+    return degrees;
 }
 
 void checkFilter(const FilterParameters& parameters) {

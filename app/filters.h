@@ -52,6 +52,19 @@ struct FilterParameters {
 /// The names that `type` may have.
 [[nodiscard]] std::vector<std::string> filterTypes();
 
+/// The names of the parameters as users write them: options are "--sigma", keys of recipes "sigma".
+inline constexpr const char* parameterNames[] = {"frequency", "sigma", "plateau", "dc",
+                                                 "angle",     "pair",  "kernel",  "unit"};
+
+/// Whether a filter of a type takes a parameter.
+enum class Use { no, may, must };
+[[nodiscard]] Use parameterUse(const std::string& type, const std::string& parameterName);
+
+/// From a half turn's 180 to its pi, and back: the angle that comes back may differ in its last bit where no
+/// number of degrees stands for the radians, which those that were made of degrees never do.
+[[nodiscard]] vxRadian radiansOf(double degrees);
+[[nodiscard]] double degreesOf(vxRadian angle);
+
 /// UsageError where the parameters are wrong for every size.
 void checkFilter(const FilterParameters& parameters);
 

@@ -1,7 +1,7 @@
 #include "app/kernel.h"
 
 #include "app/errors.h"
-#include "app/recipes.h"
+#include "app/filtering.h"
 #include "app/words.h"
 
 #include <cmath>

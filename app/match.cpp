@@ -2,7 +2,7 @@
 
 #include "app/correlation.h"
 #include "app/errors.h"
-#include "app/recipes.h"
+#include "app/filtering.h"
 #include "app/words.h"
 #include "kavstd/attention.h"
 

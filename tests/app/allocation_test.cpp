@@ -1,11 +1,11 @@
-// Memory that runs out anywhere: readers, writers and recipes end with an exception, leak nothing and leave
+// Memory that runs out anywhere: readers, writers and filters end with an exception, leak nothing and leave
 // files alone.
 #include "app/atomic_file.h"
 #include "app/errors.h"
 #include "app/filter_file.h"
+#include "app/filtering.h"
 #include "app/pgm_file.h"
 #include "app/png_file.h"
-#include "app/recipes.h"
 #include "app/tiff_file.h"
 #include "tests/app/archives.h"
 #include "tests/app/images.h"

@@ -1,7 +1,7 @@
 #include "app/display.h"
 
+#include "app/filtering.h"
 #include "app/filters.h"
-#include "app/recipes.h"
 #include "tests/app/images.h"
 
 #include <gtest/gtest.h>

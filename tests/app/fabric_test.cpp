@@ -1,6 +1,6 @@
 #include "app/fabric.h"
 
-#include "app/recipes.h"
+#include "app/filtering.h"
 #include "tests/app/images.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #include "app/filters.h"
 
 #include "app/errors.h"
-#include "app/recipes.h"
+#include "app/filtering.h"
 #include "tests/app/images.h"
 
 #include <gmock/gmock.h>
@@ -61,6 +61,33 @@ bool isLibrarys(const FilterParameters& parameters, const Filter& expected) {
 TEST(Filters, HaveNames) {
     EXPECT_THAT(app::filterTypes(),
                 testing::ElementsAre("bandpass", "bandreject", "gabor", "gabor-reject", "image"));
+}
+
+TEST(Filters, TellWhichParametersTheyTake) {
+    for (const std::string& type : app::filterTypes()) {
+        const bool isImage = type == "image";
+        const bool isLobe = type.starts_with("gabor");
+        EXPECT_EQ(app::parameterUse(type, "frequency"), isImage ? app::Use::no : app::Use::must);
+        EXPECT_EQ(app::parameterUse(type, "dc"), isImage ? app::Use::no : app::Use::may);
+        EXPECT_EQ(app::parameterUse(type, "angle"), isLobe ? app::Use::must : app::Use::no);
+        EXPECT_EQ(app::parameterUse(type, "pair"), isLobe ? app::Use::may : app::Use::no);
+        EXPECT_EQ(app::parameterUse(type, "kernel"), isImage ? app::Use::must : app::Use::no);
+        EXPECT_EQ(app::parameterUse(type, "unit"), isImage ? app::Use::may : app::Use::no);
+        EXPECT_EQ(app::parameterUse(type, "unity"), app::Use::no);
+    }
+    EXPECT_EQ(app::parameterUse("sieve", "sigma"), app::Use::no);
+}
+
+TEST(Angles, ComeBackInTheDegreesThatTheyWereMadeOf) {
+    EXPECT_EQ(app::radiansOf(180).toDouble(), pi);
+    for (int i = -7200; i <= 7200; ++i) {
+        const double degrees = i / 10.0;
+        ASSERT_EQ(app::degreesOf(app::radiansOf(degrees)), degrees);
+    }
+    EXPECT_EQ(app::degreesOf(vxRadian(pi / 6)), 30);
+    for (const double odd : {0.7, 1e-300, 1e300, 2.0 / 3}) { // Any radians: within the last bits.
+        EXPECT_NEAR(app::radiansOf(app::degreesOf(vxRadian(odd))).toDouble() / odd, 1, 1e-15);
+    }
 }
 
 TEST(Filters, AreTheLibrarys) {

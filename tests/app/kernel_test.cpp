@@ -1,6 +1,6 @@
 #include "app/kernel.h"
 
-#include "app/recipes.h"
+#include "app/filtering.h"
 #include "tests/app/images.h"
 
 #include <cmath>

@@ -2,8 +2,8 @@
 #include "app/display.h"
 #include "app/errors.h"
 #include "app/fabric.h"
+#include "app/filtering.h"
 #include "app/image_file.h"
-#include "app/recipes.h"
 #include "app/words.h"
 #include "tools/kavfilt/verbs.h"
 

@@ -1,6 +1,6 @@
 #include "app/errors.h"
 #include "app/filter_file.h"
-#include "app/recipes.h"
+#include "app/filtering.h"
 #include "app/words.h"
 #include "tools/kavfilt/files.h"
 #include "tools/kavfilt/filter_options.h"

@@ -4,62 +4,24 @@
 #include "app/image_file.h"
 #include "tools/kavfilt/options.h"
 
-#include <algorithm>
-#include <iterator>
-#include <numbers>
-
 namespace {
 
-enum class Use { no, may, must };
-
-// Which type takes which options.
-struct Applicable {
-    const char* type;
-    Use frequency, sigma, plateau, dc, angle, pair, kernel, unit;
-};
-constexpr Use no = Use::no;
-constexpr Use may = Use::may;
-constexpr Use must = Use::must;
-constexpr const char* fromFile = "--filter";
-// clang-format off
-constexpr Applicable applicable[] = {
-    //               --frequency --sigma --plateau --dc --angle --pair --kernel --unit
-    {"bandpass",     must,       must,   may,      may, no,     no,    no,      no},
-    {"bandreject",   must,       must,   may,      may, no,     no,    no,      no},
-    {"gabor",        must,       must,   may,      may, must,   may,   no,      no},
-    {"gabor-reject", must,       must,   may,      may, must,   may,   no,      no},
-    {"image",        no,         no,     no,       no,  no,     no,    must,    may},
-    {fromFile,       no,         no,     no,       no,  no,     may,   no,      no},
-};
-struct Named {
-    const char* option;
-    Use Applicable::*use;
-};
-constexpr Named named[] = {
-    {"--frequency", &Applicable::frequency}, {"--sigma", &Applicable::sigma},
-    {"--plateau", &Applicable::plateau},     {"--dc", &Applicable::dc},
-    {"--angle", &Applicable::angle},         {"--pair", &Applicable::pair},
-    {"--kernel", &Applicable::kernel},       {"--unit", &Applicable::unit},
-};
-// clang-format on
-
-bool isGiven(const CLI::App& verb, const char* option) {
+bool isGiven(const CLI::App& verb, const std::string& option) {
     const CLI::Option* const found = verb.get_option_no_throw(option);
     return found != nullptr && found->count() > 0;
 }
 
-// `words` is how the user chose the row.
-void checkApplicable(const CLI::App& verb, const std::string& type, const std::string& words) {
-    const auto* row = std::find_if(std::begin(applicable), std::end(applicable),
-                                   [&type](const Applicable& a) { return a.type == type; });
-    for (const Named& name : named) {
-        const Use use = row->*name.use;
-        const bool given = isGiven(verb, name.option);
-        if (given && use == Use::no) {
-            throw app::UsageError(std::string(name.option) + " does not go with " + words);
+// `words` is how the user chose the filter, `use` what it takes.
+template <class UseOf>
+void checkApplicable(const CLI::App& verb, const std::string& words, const UseOf& useOf) {
+    for (const std::string name : app::parameterNames) {
+        const app::Use use = useOf(name);
+        const bool given = isGiven(verb, "--" + name);
+        if (given && use == app::Use::no) {
+            throw app::UsageError("--" + name + " does not go with " + words);
         }
-        if (!given && use == Use::must) {
-            throw app::UsageError(words + " needs " + name.option);
+        if (!given && use == app::Use::must) {
+            throw app::UsageError(words + " needs --" + name);
         }
     }
 }
@@ -122,9 +84,7 @@ void addFilterOptions(CLI::App& verb, FilterOptions& options) {
     verb.add_option("--frequency", filter.frequency, "of the ring or the lobe, 0 to 0.5 cycles per pixel");
     addExtents(verb, "--sigma", filter.sigma, "width of the fall-off, above 0, up to 1; for lobes up to 0.5");
     addExtents(verb, "--plateau", filter.plateau, "half-width of the flat top, 0 to 1 or 0.5; default 0");
-    const auto setAngle = [&filter](double degrees) {
-        filter.angle = vxRadian(degrees * std::numbers::pi / 180);
-    };
+    const auto setAngle = [&filter](double degrees) { filter.angle = app::radiansOf(degrees); };
     verb.add_option_function<double>("--angle", setAngle,
                                      "direction of the lobe in degrees, 0 along x, 90 along y");
     verb.add_option(
@@ -137,12 +97,15 @@ void addFilterOptions(CLI::App& verb, FilterOptions& options) {
 }
 
 void checkFilterOptions(const CLI::App& verb, const FilterOptions& options) {
-    checkApplicable(verb, options.parameters.type, "--type " + options.parameters.type);
+    const std::string& type = options.parameters.type;
+    checkApplicable(verb, "--type " + type,
+                    [&type](const std::string& name) { return app::parameterUse(type, name); });
     app::checkFilter(options.parameters);
 }
 
 void checkNoFilterOptions(const CLI::App& verb) {
-    checkApplicable(verb, fromFile, fromFile);
+    checkApplicable(verb, "--filter",
+                    [](const std::string& name) { return name == "pair" ? app::Use::may : app::Use::no; });
 }
 
 app::FilterParameters completed(const FilterOptions& options) {

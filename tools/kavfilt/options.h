@@ -2,8 +2,8 @@
 /// Options that several verbs share.
 #pragma once
 
+#include "app/filtering.h"
 #include "app/image.h"
-#include "app/recipes.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,5 +1,5 @@
 #include "app/display.h"
-#include "app/recipes.h"
+#include "app/filtering.h"
 #include "app/words.h"
 #include "tools/kavfilt/files.h"
 #include "tools/kavfilt/options.h"

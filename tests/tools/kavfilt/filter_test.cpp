@@ -1,6 +1,6 @@
+#include "app/filtering.h"
 #include "app/image_file.h"
 #include "app/png_file.h"
-#include "app/recipes.h"
 #include "app/tiff_file.h"
 #include "tests/app/images.h"
 #include "tests/tools/kavfilt/program.h"

@@ -1,6 +1,6 @@
 #include "app/display.h"
+#include "app/filtering.h"
 #include "app/image_file.h"
-#include "app/recipes.h"
 #include "tests/app/images.h"
 #include "tests/tools/kavfilt/program.h"
 

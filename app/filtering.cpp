@@ -1,4 +1,4 @@
-#include "app/recipes.h"
+#include "app/filtering.h"
 
 #include "app/errors.h"
 #include "app/padding.h"
@@ -138,6 +138,13 @@ void checkKernelSize(const FilterSettings& settings, const Image& source) {
     }
 }
 
+void checkRange(const FilterSettings& settings, Depth depth) {
+    if (settings.range && !traits(depth).isInteger) {
+        throw UsageError(
+            "--range is for 8- and 16-bit results; floating-point results are written as they are");
+    }
+}
+
 } // namespace
 
 void failTooLarge(const Image& image) {
@@ -202,6 +209,9 @@ void checkSettings(const FilterSettings& settings) {
     if (settings.raw && settings.range == Range::clip) {
         throw UsageError("--raw does not clip; only --range normalize goes with it");
     }
+    if (settings.depth) {
+        checkRange(settings, *settings.depth);
+    }
 }
 
 FilterResult filterImage(const Image& source, const FilterSettings& settings) {
@@ -210,11 +220,8 @@ FilterResult filterImage(const Image& source, const FilterSettings& settings) {
     checkKernelSize(settings, source);
     FilterResult result;
     result.image.depth = settings.depth.value_or(source.depth);
+    checkRange(settings, result.image.depth);
     const bool integer = traits(result.image.depth).isInteger;
-    if (!integer && settings.range) {
-        throw UsageError(
-            "--range is for 8- and 16-bit results; floating-point results are written as they are");
-    }
 
     const Padding padding = settings.raw ? Padding::zero : settings.padding.value_or(Padding::mirror);
     vxFrequencyBuffer spectrum = spectrumOf(source, padding);

@@ -1,4 +1,4 @@
-#include "app/recipes.h"
+#include "app/filtering.h"
 
 #include "app/padding.h"
 #include "tests/app/cancellation.h"
