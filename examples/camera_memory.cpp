@@ -38,22 +38,22 @@ private:
     int framesOut_ = 0;
 };
 
-// [wrap]
+// [wrap_frame]
 // A window onto the frame. The owner is given back to the driver when the last window onto it is gone: copies
 // of the handle, and windows cut out of it, keep the frame.
 vxPelBuffer_const<unsigned char> wrap(const Camera::Frame& frame) {
     const std::shared_ptr<void> owner(frame.pels, [frame](void*) { frame.camera->giveBack(frame); });
     return {frame.pels, Camera::width, Camera::height, Camera::pitch, owner};
 }
-// [wrap]
+// [wrap_frame]
 
-// [bottom-up]
+// [wrap_bottom_up]
 // An image that is stored from its last row to its first has a negative row update: its first row is the last
 // in memory.
 vxPelBuffer_const<unsigned char> wrapBottomUp(const std::uint8_t* pels, long width, long height, long pitch) {
     return {pels + (height - 1) * pitch, width, height, -pitch};
 }
-// [bottom-up]
+// [wrap_bottom_up]
 
 void run() {
     Camera camera;
@@ -74,12 +74,12 @@ void run() {
     }
     example::require(camera.framesOut() == 0, "the camera has its frame back");
 
-    // [display]
+    // [bound_output]
     // The display's memory, 300 pels from row to row, bound as an output: the inverse writes there.
     std::vector<std::uint8_t> display(300 * 256);
     vxPelBuffer<unsigned char> shown(display.data(), 256, 256, 300);
     vfInverseFFT(spectrum, shown, false, true);
-    // [display]
+    // [bound_output]
     example::require(shown.pointToOffset() == display.data(), "a bound output keeps its memory");
 
     const Camera::Frame frame = camera.grab();

@@ -13,7 +13,7 @@
 #include <thread>
 
 namespace {
-// [handler]
+// [cancel_handler]
 // What the handler throws passes through the library unchanged, so the class is the application's own.
 struct Stopped : std::exception {
     [[nodiscard]] const char* what() const noexcept override { return "stopped by the operator"; }
@@ -46,7 +46,7 @@ long inspect(const vxPelBuffer_const<unsigned char>& image, vxPelBuffer<unsigned
     }
     return finished;
 }
-// [handler]
+// [cancel_handler]
 
 void run() {
     vxPelBuffer<unsigned char> image(1024, 1024);

@@ -62,7 +62,7 @@ double mean(const vxPelBuffer_const<double>& image) {
     return sum / static_cast<double>(image.width() * image.height());
 }
 
-// [template]
+// [template_filter]
 // The template's spectrum, conjugated: multiplying with it correlates. The template lies in the upper left
 // corner of an image of the searched one's size, so that both spectra have one size. Without its mean, a
 // brighter place of the searched image scores no higher.
@@ -79,7 +79,7 @@ vxFrequencyFilterImage templateFilter(const vxPelBuffer_const<double>& part) {
     vfFrequencyConjugate(spectrum);
     return vxFrequencyFilterImage(spectrum);
 }
-// [template]
+// [template_filter]
 
 struct Match {
     vxPair<long> place; ///< Where the template's upper left pel lies.
@@ -106,14 +106,14 @@ void run() {
     const vxPair<long> truth(317, 205);
     const vxFrequencyFilterImage filter = templateFilter(partAt(image, truth.x(), truth.y()));
 
-    // [search]
+    // [search_template]
     vxFrequencyBuffer spectrum;
     vfForwardFFT<double>(image, spectrum);
     filter.apply(spectrum);
     vxPelBuffer<double> scores;
     vxPelBuffer<double> imaginary; // Rounding noise: both images are real.
     vfInverseFFT(static_cast<const vxFrequencyBuffer&>(spectrum), scores, imaginary);
-    // [search]
+    // [search_template]
 
     const Match best = strongest(scores, {-partSize, -partSize});
     const Match second = strongest(scores, best.place);

@@ -10,7 +10,7 @@
 #include <memory>
 
 namespace {
-// [wrap]
+// [wrap_mat]
 template <class T>
 vxPelBuffer<T> wrap(const cv::Mat& mat) {
     if (mat.dims != 2 || mat.type() != cv::traits::Type<T>::value) {
@@ -21,7 +21,7 @@ vxPelBuffer<T> wrap(const cv::Mat& mat) {
     const long rowUpdate = static_cast<long>(mat.step1()); // Elements, not bytes, from row to row.
     return vxPelBuffer<T>(owner->ptr<T>(), mat.cols, mat.rows, rowUpdate, owner);
 }
-// [wrap]
+// [wrap_mat]
 
 void run() {
     cv::Mat frame(300, 400, CV_8UC1);
@@ -44,14 +44,12 @@ void run() {
     vxPelBuffer<double> target = wrap<double>(result);
     vfInverseFFT(spectrum, target, false, true);
 
-    // [check]
     cv::Scalar meanBefore;
     cv::Scalar deviationBefore;
     cv::meanStdDev(region, meanBefore, deviationBefore);
     cv::Scalar mean;
     cv::Scalar deviation;
     cv::meanStdDev(result, mean, deviation);
-    // [check]
     std::cout << "mean " << meanBefore[0] << " and " << mean[0] << ", deviation " << deviationBefore[0]
               << " and " << deviation[0] << '\n';
     example::require(std::abs(mean[0] - meanBefore[0]) < 1e-3, "the mean stays");

@@ -45,7 +45,7 @@ vxPelBuffer<unsigned char> texture() {
     return image;
 }
 
-// [bank]
+// [gabor_bank]
 // What one filter sees. A Gabor filter keeps one lobe and not its mirror image, so the inverse is complex:
 // its magnitude is the local strength of the pattern, whatever its phase, and its angle the local phase.
 struct Response {
@@ -66,7 +66,7 @@ std::array<Response, directions> responses(const vxFrequencyBuffer& spectrum) {
     }
     return bank;
 }
-// [bank]
+// [gabor_bank]
 
 std::size_t winner(const std::array<Response, directions>& bank, long x, long y) {
     std::size_t best = 0;

@@ -12,7 +12,7 @@
 #include <sstream>
 #include <vector>
 
-// [class]
+// [own_filter_class]
 /// Gain 1 / sqrt(1 + (f / cutoff)^(2 order)) at f cycles per pixel (S. Butterworth, On the theory of filter
 /// amplifiers, 1930).
 class ButterworthLowPass : public vxFrequencyFilter {
@@ -39,7 +39,7 @@ private:
     vxPair<long> size_;
     std::vector<float> gains_; // Row by row in the spectrum's order.
 };
-// [class]
+// [own_filter_class]
 
 const vx_Instantiator ButterworthLowPass::sExemplar(typeid(ButterworthLowPass), &make);
 
@@ -65,7 +65,7 @@ ButterworthLowPass::ButterworthLowPass(double cutoff, long order, const vxPair<l
     initialized_ = true;
 }
 
-// [apply]
+// [own_filter_apply]
 // All checks first: a refused call changes nothing.
 void ButterworthLowPass::apply(const vxFrequencyBuffer& in, vxFrequencyBuffer& out) const {
     static_cast<void>(in.getReal(0, 0, false)); // Throws when `in` has no samples, or no spectrum any more.
@@ -86,9 +86,9 @@ void ButterworthLowPass::apply(const vxFrequencyBuffer& in, vxFrequencyBuffer& o
         *to++ = *from++ * gain; // imaginary part.
     }
 }
-// [apply]
+// [own_filter_apply]
 
-// [archive]
+// [own_filter_archive]
 // Once in each pass over an object: a version, what the base has, what this class has.
 void ButterworthLowPass::dispatchSerialize(vxArchive& archive) {
     if (haveVisited(archive, this, sizeof(ButterworthLowPass))) {
@@ -125,7 +125,7 @@ void ButterworthLowPass::serialize_(vxArchive& archive, unsigned char version) {
     size_ = size;
     gains_.swap(gains);
 }
-// [archive]
+// [own_filter_archive]
 
 namespace {
 // The strength of a wave of that many cycles per pixel along x after the filter.

@@ -53,7 +53,7 @@ struct Peak {
     vxRadian angle;   ///< 0 along x, a quarter turn along y, which points down.
 };
 
-// [peak]
+// [find_peak]
 // The strongest sample away from the DC, where images have most of their own energy. With `centered`, u and v
 // are signed frequencies; a real image's spectrum has every peak twice, so one half of it is enough.
 Peak strongestPeak(const vxFrequencyBuffer& spectrum) {
@@ -74,7 +74,7 @@ Peak strongestPeak(const vxFrequencyBuffer& spectrum) {
     }
     return peak;
 }
-// [peak]
+// [find_peak]
 
 void run(const char* picture) {
     const vxPelBuffer<double> clean = imageOf(scene);
@@ -88,7 +88,7 @@ void run(const char* picture) {
     example::require(std::abs(peak.frequency - std::hypot(0.137, 0.0621)) < 1.0 / height,
                      "the peak is that of the stripes");
 
-    // [reject]
+    // [gabor_reject]
     // The gain is 0 up to 0.016 cycles per pixel from the peak, and back at 1 some 0.02 farther: the stripes
     // do not end on a whole number of periods, so that their energy lies around the peak, too.
     const vxPair<double> sigma(0.008, 0.008);
@@ -99,7 +99,7 @@ void run(const char* picture) {
         const vxFrequencyFilterGaborReject filter(sigma, plateau, angle, peak.frequency, size, 0);
         filter.apply(spectrum);
     }
-    // [reject]
+    // [gabor_reject]
 
     vxPelBuffer<double> real;
     vxPelBuffer<double> imaginary;

@@ -17,7 +17,7 @@
 namespace {
 namespace fs = std::filesystem;
 
-// [save]
+// [save_filter]
 // By pointer: the file then names the filter's class, and whoever loads it need not know which one it is. The
 // file takes its name when it is complete, so that no half of a filter replaces a whole one.
 void save(const vxFrequencyFilter& filter, const fs::path& path) {
@@ -32,9 +32,9 @@ void save(const vxFrequencyFilter& filter, const fs::path& path) {
     file.close();
     fs::rename(part, path);
 }
-// [save]
+// [save_filter]
 
-// [load]
+// [load_any_filter]
 // Any class in the registry can come out, so what came is looked at before it is used.
 std::unique_ptr<vxFrequencyFilter> load(std::istream& file) {
     vxInputArchive archive(file);
@@ -48,7 +48,7 @@ std::unique_ptr<vxFrequencyFilter> load(std::istream& file) {
     static_cast<void>(owner.release());
     return std::unique_ptr<vxFrequencyFilter>(filter);
 }
-// [load]
+// [load_any_filter]
 
 vxFrequencyBuffer someSpectrum() {
     vxPelBuffer<unsigned char> image(64, 64);

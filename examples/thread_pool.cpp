@@ -42,7 +42,7 @@ void filterOne(const Image& image, const vxFrequencyFilter& filter, vxFrequencyB
     vfInverseFFT(spectrum, result, true, true);
 }
 
-// [pool]
+// [thread_pool]
 // What one thread does: it takes the next image until none is left. Its spectrum is sized by the first image
 // and used again for the others, so that little memory is asked for after it.
 void work(const std::vector<Image>& images, const vxFrequencyFilter& filter, std::vector<Image>& results,
@@ -76,7 +76,7 @@ std::vector<Image> filterAll(const std::vector<Image>& images, const vxFrequency
     }
     return results;
 }
-// [pool]
+// [thread_pool]
 
 bool samePels(const Image& a, const Image& b) {
     for (long y = 0; y < height; ++y) {
