@@ -96,24 +96,32 @@ Buffers invertible() {
     return buffers;
 }
 
-/// Two outputs. Unless it works in place, an inverse leaves everything as it was.
+/// Two outputs, as images of either kind or of one memory. Unless it works in place, an inverse leaves
+/// everything as it was.
 template <class A, class B, class Run>
 std::vector<Row> inverseRows(const std::vector<std::string>& operations, const std::string& mode,
                              bool ownSamples, Run run) {
     std::vector<Row> rows;
     for (const auto& from : invertible()) {
+        const bool loses = ownSamples && from.name != "consumed";
+        const auto add = [&](const std::string& into, auto makeImages) {
+            rows.push_back(row(
+                loses ? Guarantee::inPlace : Guarantee::strong, operations,
+                from.name + " into " + into + mode,
+                loses ? std::vector<std::size_t>{0} : std::vector<std::size_t>{},
+                [from, makeImages] { return std::tuple_cat(std::tuple(from.make()), makeImages()); }, run));
+        };
         const Images<A> firsts = outputs<A>();
         const Images<B> seconds = outputs<B>();
         for (std::size_t i = 0; i < firsts.size(); ++i) {
-            const bool loses = ownSamples && from.name != "consumed";
-            rows.push_back(row(
-                loses ? Guarantee::inPlace : Guarantee::strong, operations,
-                from.name + " into " + firsts[i].name + mode,
-                loses ? std::vector<std::size_t>{0} : std::vector<std::size_t>{},
-                [from, first = firsts[i].make, second = seconds[i].make] {
-                    return std::tuple(from.make(), first(), second());
-                },
-                run));
+            add(firsts[i].name,
+                [first = firsts[i].make, second = seconds[i].make] { return std::tuple(first(), second()); });
+        }
+        if constexpr (std::is_same_v<A, B>) {
+            add("images of one memory", [] {
+                const auto both = image<A>(6, 5, {1, -2});
+                return std::tuple(both, both);
+            });
         }
     }
     return rows;
@@ -212,13 +220,13 @@ std::vector<Row> partRows() {
     return rows;
 }
 
-/// A crop whose copy has another size than it has.
-std::unique_ptr<vxFrequencyBuffer> cropped() {
-    return std::make_unique<vxFrequencyBuffer>(spectrum(9, 6), 8, 4);
+/// A crop whose copy has another size than it has. By pointer: assigning a crop would copy it.
+using Cropped = std::shared_ptr<vxFrequencyBuffer>;
+Cropped cropped() {
+    return std::make_shared<vxFrequencyBuffer>(spectrum(9, 6), 8, 4);
 }
 
 std::vector<Row> croppedRows() {
-    using Cropped = std::unique_ptr<vxFrequencyBuffer>;
     const std::string buffers = "(const vxFrequencyBuffer& source, vxFrequencyBuffer& destination)";
     return {
         strong(
@@ -231,6 +239,28 @@ std::vector<Row> croppedRows() {
         rewritten(
             {"vfForwardFFT" + buffers}, "cropped", {1}, [] { return std::tuple(cropped(), spectrum(8, 8)); },
             [](const Cropped& source, auto& result) { vfForwardFFT(*source, result); }),
+        inPlace(
+            {std::string("vfInverseFFT") + inverse + "T>& image, bool normalize, bool inPlace)"},
+            "cropped, in place", {0}, [] { return std::tuple(cropped(), vxPelBuffer<double>()); },
+            [](const Cropped& source, auto& result) { vfInverseFFT(*source, result, true, true); }),
+        inPlace(
+            {std::string("vfInverseFFT") + inverse +
+             "double>& real, vxPelBuffer<double>& imaginary, bool inPlace)"},
+            "cropped, in place", {0},
+            [] {
+                return std::tuple(cropped(), vxPelBuffer<double>(), image<double>(6, 5, {1, -2}));
+            },
+            [](const Cropped& source, auto& real, auto& imaginary) {
+                vfInverseFFT(*source, real, imaginary, true);
+            }),
+        inPlace(
+            {"vfInverseFFT(vxFrequencyBuffer& source, vxFrequencyBuffer& destination, bool inPlace)"},
+            "cropped, in place", {0, 1}, [] { return std::tuple(cropped(), spectrum(8, 8)); },
+            [](const Cropped& source, auto& result) { vfInverseFFT(*source, result, true); }),
+        inPlace(
+            {"vfInverseFFT(vxFrequencyBuffer& source, vxFrequencyBuffer& destination, bool inPlace)"},
+            "cropped, into itself", {0}, [] { return std::tuple(cropped()); },
+            [](const Cropped& source) { vfInverseFFT(*source, *source, true); }),
     };
 }
 
