@@ -33,6 +33,7 @@ public:
     vxArchive(const vxArchive&) = delete;
     vxArchive& operator=(const vxArchive&) = delete;
 
+    /// Whether operator|| loads; otherwise it stores.
     [[nodiscard]] bool isLoading() const noexcept;
 
     /// Refuses what was loaded: fails the archive and throws Malformed, naming `what` and the byte offset.
@@ -45,6 +46,7 @@ public:
     void onRollback(std::function<void()> undo);
 
 protected:
+    /// An archive of that direction.
     explicit vxArchive(bool loading);
 
     /// Stores or checks the magic and the format version. To be called at the end of a concrete archive's
@@ -72,6 +74,7 @@ public:
 
     /// As given, null included. Valid as long as the object, or until it is assigned to.
     [[nodiscard]] const char* file() const noexcept;
+    /// As given.
     [[nodiscard]] long line() const noexcept;
 
 protected:
@@ -116,6 +119,7 @@ public:
     ~WriteFailed() override;
 };
 
+/// Stores or loads one value: its bit pattern, in little-endian bytes.
 VX_EXPORT vxArchive& operator||(vxArchive& archive, bool& value);
 VX_EXPORT vxArchive& operator||(vxArchive& archive, unsigned char& value);
 VX_EXPORT vxArchive& operator||(vxArchive& archive, long& value);
@@ -139,6 +143,7 @@ VX_EXPORT vxArchive& operator||(vxArchive& archive, vxPersistent*& object);
 /// Stores to a stream, which the caller keeps alive and flushes.
 class VX_EXPORT vxOutputArchive final : public vxArchive {
 public:
+    /// Stores the magic and the format version, or throws WriteFailed.
     explicit vxOutputArchive(std::ostream& stream);
     ~vxOutputArchive() override;
 
@@ -153,6 +158,7 @@ private:
 /// Loads from a stream.
 class VX_EXPORT vxInputArchive final : public vxArchive {
 public:
+    /// Loads and checks the magic and the format version: EndOfData, Malformed or UnknownVersion.
     explicit vxInputArchive(std::istream& stream);
     ~vxInputArchive() override;
 

@@ -19,6 +19,7 @@ public:
     /// nothing.
     class VX_EXPORT Scope {
     public:
+        /// `handler` is called by each check of this thread; what it throws ends the operation.
         explicit Scope(std::function<void()> handler);
         ~Scope();
         Scope(const Scope&) = delete;

@@ -29,7 +29,9 @@ public:
 
 protected:
     vxException() noexcept;
+    /// A copy renders its text anew.
     vxException(const vxException&) noexcept;
+    /// The text is rendered anew; what() of before stays valid.
     vxException& operator=(const vxException&) noexcept;
     /// Archives the message text of a vxExceptionWithString too, so that it survives whether a derived error
     /// dispatches to that class or straight to this one.
@@ -50,6 +52,7 @@ public:
     explicit vxExceptionWithString(const char* message = nullptr);
     /// Copies share the text, so that they cannot throw.
     vxExceptionWithString(const vxExceptionWithString&) noexcept;
+    /// Shares the text.
     vxExceptionWithString& operator=(const vxExceptionWithString&) noexcept;
     ~vxExceptionWithString() override;
 
@@ -84,13 +87,16 @@ class VX_EXPORT vx_ConcreteError : public vxExceptionWithString {
 public:
     using vxExceptionWithString::vxExceptionWithString;
 
+    /// The number of the class.
     [[nodiscard]] long errorNumber() const override { return number; }
 
+    /// Deletes this object, which must have been made with new, and throws a copy of it as `Error`.
     void suicideAndRethrow() override {
         const Error copy(static_cast<const Error&>(*this));
         delete this;
         throw copy;
     }
 
+    /// The registry's factory: a new error without a message, which the caller deletes.
     [[nodiscard]] static vxPersistent* make() { return new Error; }
 };

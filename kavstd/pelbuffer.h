@@ -27,7 +27,9 @@ public:
 
     /// Whether there are pels. An unbound buffer is 0 x 0.
     [[nodiscard]] bool isBound() const noexcept { return pels_ != nullptr; }
+    /// Pels in a row.
     [[nodiscard]] long width() const noexcept { return width_; }
+    /// Rows.
     [[nodiscard]] long height() const noexcept { return height_; }
     /// Pels from one row to the next; negative for an image that is stored bottom-up.
     [[nodiscard]] long rowUpdate() const noexcept { return rowUpdate_; }
@@ -39,13 +41,15 @@ public:
 
     /// The client-coordinate transform.
     [[nodiscard]] const vx2XformCache& xformCache() const noexcept { return xformCache_; }
+    /// Sets the client-coordinate transform.
     void copyXforms(const vx2XformCache& value) noexcept { xformCache_ = value; }
 
 protected:
     vx_PelBuffer() = default;
     ~vx_PelBuffer() = default;
-    // There are no moves: moving from a handle copies it.
+    /// Another window on the same pels. There are no moves: moving from a handle copies it.
     vx_PelBuffer(const vx_PelBuffer&) = default;
+    /// Another window on the same pels.
     vx_PelBuffer& operator=(const vx_PelBuffer&) = default;
 
     /// Makes new pels of `pelSize` bytes, of any values.
@@ -62,13 +66,13 @@ protected:
     /// Makes this the smaller window at (x, y), whose first pel is `pels`.
     void narrow(void* pels, long x, long y, long width, long height) noexcept;
 
-    void* pels_ = nullptr; // The window's first pel.
-    std::shared_ptr<void> owner_;
-    long width_ = 0;
-    long height_ = 0;
-    long rowUpdate_ = 0;
-    vxPair<long> offset_;
-    vx2XformCache xformCache_;
+    void* pels_ = nullptr;        ///< The window's first pel; null when not bound.
+    std::shared_ptr<void> owner_; ///< Keeps the pels alive; empty for a window on the caller's own.
+    long width_ = 0;              ///< See width().
+    long height_ = 0;             ///< See height().
+    long rowUpdate_ = 0;          ///< See rowUpdate().
+    vxPair<long> offset_;         ///< See offset().
+    vx2XformCache xformCache_;    ///< See xformCache().
 };
 
 /// A window, row or binding that the pels do not have was asked for.
@@ -107,14 +111,20 @@ public:
 template <vx_Pel T>
 class VX_EXPORT vxPelBuffer : public vxPelBuffer_const<T> {
 public:
+    /// Not bound, 0 x 0, offset (0, 0).
     vxPelBuffer() = default;
+    /// New pels, all zero, as that constructor of vxPelBuffer_const makes them.
     vxPelBuffer(long width, long height, long alignment = 32);
     /// As that constructor, but the pels have any values: for a caller that writes them all.
     [[nodiscard]] static vxPelBuffer unset(long width, long height, long alignment = 32);
+    /// A window on the caller's pels, as that constructor of vxPelBuffer_const.
     vxPelBuffer(T* pels, long width, long height, long rowUpdate, std::shared_ptr<void> owner = {});
 
+    /// The window's first pel (upper left); null when not bound.
     [[nodiscard]] T* pointToOffset() const noexcept { return static_cast<T*>(this->pels_); }
+    /// The first pel of the row with that y coordinate; BadGeometry outside the window.
     [[nodiscard]] T* pointToRow(long y) const;
+    /// A smaller window on the same pels, as vxPelBuffer_const::window.
     [[nodiscard]] vxPelBuffer window(long x, long y, long width, long height) const;
 };
 
@@ -128,6 +138,7 @@ VX_EXPORT void vfPelSet(vxPelBuffer<T>& image, std::type_identity_t<T> value);
 template <vx_Pel T>
 VX_EXPORT void vfPelCopy(const vxPelBuffer_const<T>& source, vxPelBuffer<T>& destination);
 
+/// \cond
 extern template class VX_EXPORT vxPelBuffer_const<unsigned char>;
 extern template class VX_EXPORT vxPelBuffer_const<unsigned short>;
 extern template class VX_EXPORT vxPelBuffer_const<double>;
@@ -141,3 +152,4 @@ extern template void vfPelSet(vxPelBuffer<double>&, double);
 extern template void vfPelCopy(const vxPelBuffer_const<unsigned char>&, vxPelBuffer<unsigned char>&);
 extern template void vfPelCopy(const vxPelBuffer_const<unsigned short>&, vxPelBuffer<unsigned short>&);
 extern template void vfPelCopy(const vxPelBuffer_const<double>&, vxPelBuffer<double>&);
+/// \endcond

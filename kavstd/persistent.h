@@ -26,6 +26,7 @@ protected:
     vxPersistent() noexcept;
     /// A copy is a new object: no pass has visited it.
     vxPersistent(const vxPersistent&) noexcept;
+    /// The object stays what it was to a pass that has visited it.
     vxPersistent& operator=(const vxPersistent&) noexcept;
 
     /// Stores or loads the object's state. The base has none.
@@ -72,13 +73,18 @@ class VX_EXPORT vxRepBase {
 public:
     virtual ~vxRepBase();
 
+    /// One more keeps the object. Any thread may call it.
     void addReference() const noexcept;
+    /// One fewer keeps it; the last one deletes it. Any thread may call it.
     void removeReference() const noexcept;
+    /// How many keep the object, which other threads may have changed meanwhile.
     [[nodiscard]] long referenceCount() const noexcept;
 
 protected:
     vxRepBase() noexcept = default;
+    /// The count is not copied: it starts at 0.
     vxRepBase(const vxRepBase&) noexcept {}
+    /// The count stays as it is.
     vxRepBase& operator=(const vxRepBase&) noexcept { return *this; }
 
 private:

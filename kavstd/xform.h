@@ -19,16 +19,22 @@ template <>
 class VX_EXPORT vxVector<2> {
 public:
     constexpr vxVector() noexcept = default;
+    /// The point (x, y). Without them (0, 0).
     constexpr vxVector(double x, double y) noexcept : x_(x), y_(y) {}
+    /// The coordinate along x.
     [[nodiscard]] constexpr double x() const noexcept { return x_; }
+    /// The coordinate along y.
     [[nodiscard]] constexpr double y() const noexcept { return y_; }
 
+    /// The sum, coordinate by coordinate.
     friend constexpr vxVector operator+(const vxVector& a, const vxVector& b) noexcept {
         return {a.x_ + b.x_, a.y_ + b.y_};
     }
+    /// The difference, coordinate by coordinate.
     friend constexpr vxVector operator-(const vxVector& a, const vxVector& b) noexcept {
         return {a.x_ - b.x_, a.y_ - b.y_};
     }
+    /// Plain comparison of the coordinates.
     friend constexpr bool operator==(const vxVector& a, const vxVector& b) noexcept = default;
 
 private:
@@ -42,6 +48,7 @@ class VX_EXPORT vxMatrix<2> {
 public:
     /// The identity.
     constexpr vxMatrix() noexcept = default;
+    /// Row by row: element(0, 0), (0, 1), (1, 0), (1, 1).
     constexpr vxMatrix(double e00, double e01, double e10, double e11) noexcept
         : e_{{e00, e01}, {e10, e11}} {}
     /// rotation * shear * scale, with shear = (1, tan shear; 0, 1).
@@ -51,8 +58,10 @@ public:
     [[nodiscard]] double element(int row, int column) const;
     /// Plain products and a difference, which may overflow or underflow.
     [[nodiscard]] double determinant() const noexcept;
+    /// Plain products and their sums.
     friend VX_EXPORT vxMatrix operator*(const vxMatrix& a, const vxMatrix& b) noexcept;
     friend VX_EXPORT vxVector<2> operator*(const vxMatrix& m, const vxVector<2>& v) noexcept;
+    /// Plain comparison of the elements.
     friend constexpr bool operator==(const vxMatrix& a, const vxMatrix& b) noexcept = default;
 
 private:
@@ -65,18 +74,24 @@ class VX_EXPORT vxXform<2> {
 public:
     /// The identity.
     vxXform() noexcept = default;
+    /// matrix * vector + translation.
     vxXform(const vxMatrix<2>& matrix, const vxVector<2>& translation) noexcept;
+    /// A translation and the matrix of the other parameters, see vxMatrix<2>.
     vxXform(const vxVector<2>& translation, double xScale, double yScale, vxRadian shear, vxRadian rotation);
 
+    /// What a point is multiplied with.
     [[nodiscard]] const vxMatrix<2>& matrix() const noexcept { return matrix_; }
+    /// What is added then.
     [[nodiscard]] const vxVector<2>& translation() const noexcept { return translation_; }
     /// Throws vx2Xform::Singular when the matrix has no inverse, an element that is not finite, or an inverse
     /// beyond the range of a double. Over- and underflow of the determinant do not matter.
     [[nodiscard]] vxXform inverse() const;
 
+    /// The transformed point: matrix * vector + translation.
     friend VX_EXPORT vxVector<2> operator*(const vxXform& xform, const vxVector<2>& v) noexcept;
     /// Applies b first.
     friend VX_EXPORT vxXform operator*(const vxXform& a, const vxXform& b) noexcept;
+    /// Plain comparison of the elements.
     friend constexpr bool operator==(const vxXform& a, const vxXform& b) noexcept = default;
 
 private:
@@ -92,7 +107,9 @@ public:
     class NotLinear;
 
     ~vx2Xform() override;
+    /// Where the point goes.
     [[nodiscard]] virtual vxVector<2> mapPoint(const vxVector<2>& point) const = 0;
+    /// A copy of its own class.
     [[nodiscard]] virtual std::unique_ptr<vx2Xform> clone() const = 0;
 };
 
@@ -115,11 +132,15 @@ class VX_EXPORT vx2XformLinear : public vx2Xform {
 public:
     /// The identity.
     vx2XformLinear() noexcept = default;
+    /// That transform.
     explicit vx2XformLinear(const vxXform<2>& xform) noexcept;
     ~vx2XformLinear() override;
 
+    /// The transform.
     [[nodiscard]] const vxXform<2>& xform() const noexcept { return xform_; }
+    /// xform() * point.
     [[nodiscard]] vxVector<2> mapPoint(const vxVector<2>& point) const override;
+    /// A copy.
     [[nodiscard]] std::unique_ptr<vx2Xform> clone() const override;
 
 protected:
@@ -134,6 +155,7 @@ private:
 class VX_EXPORT vx2XformCache {
 public:
     vx2XformCache() noexcept = default;
+    /// Forgets the transform held.
     void setIdentity() noexcept { xform_.reset(); }
     /// Stores a copy. When none can be had, the cache holds what it held.
     void xform(const vx2Xform& xform);

@@ -11,7 +11,9 @@
 class VX_EXPORT vxAssertionFailure : public std::logic_error {
 public:
     using std::logic_error::logic_error;
+    /// Shares the text.
     vxAssertionFailure(const vxAssertionFailure&) = default;
+    /// Shares the text.
     vxAssertionFailure& operator=(const vxAssertionFailure&) = default;
     ~vxAssertionFailure() override;
 };

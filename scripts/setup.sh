@@ -5,7 +5,8 @@ jobs=$(nproc 2>/dev/null || echo 2)
 
 build_packages="g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libpng-dev libtiff-dev"
 # OpenCV for the example that wraps its images; without it that one is left out.
-test_packages="$build_packages libgtest-dev libgmock-dev binutils libopencv-core-dev"
+test_packages="$build_packages libgtest-dev libgmock-dev binutils python3 libopencv-core-dev"
+docs_packages="$test_packages doxygen"
 # The benchmark and the libraries that it compares with.
 bench_packages="$build_packages pkg-config libbenchmark-dev libfftw3-dev libopencv-core-dev libvips-dev"
 identity_packages="g++ cmake ninja-build binutils clang g++-aarch64-linux-gnu qemu-user-static"

@@ -31,13 +31,16 @@ public:
 /// Base of every error that the library reports. Adds no data to the message.
 class VX_EXPORT vxFrequencyDefs::Errors : public vxExceptionWithString {
 public:
+    /// Shares the text, so that copying cannot throw.
     Errors(const Errors&) noexcept = default;
+    /// Shares the text.
     Errors& operator=(const Errors&) noexcept = default;
     ~Errors() override;
     long errorNumber() const override = 0;
     void suicideAndRethrow() override = 0;
 
 protected:
+    /// A null message gives an empty text.
     explicit Errors(const char* message = nullptr) : vxExceptionWithString(message) {}
     void dispatchSerialize(vxArchive& archive) override;
     /// Throws vxArchive::UnknownVersion with the class's name for a version other than 0.
@@ -50,8 +53,10 @@ private:
 /// A filter parameter out of range. Number 0x10006300.
 class VX_EXPORT vxFrequencyDefs::InvalidArgument : public vxFrequencyDefs::Errors {
 public:
+    /// A null message gives an empty text. Copies share it, so that they cannot throw.
     explicit InvalidArgument(const char* message = nullptr) : Errors(message) {}
     InvalidArgument(const InvalidArgument&) noexcept = default;
+    /// Shares the text.
     InvalidArgument& operator=(const InvalidArgument&) noexcept = default;
     ~InvalidArgument() override;
     [[nodiscard]] long errorNumber() const override;
@@ -59,6 +64,7 @@ public:
 
 protected:
     void dispatchSerialize(vxArchive& archive) override;
+    /// As Errors::serialize_.
     void serialize_(vxArchive& archive, unsigned char version);
 
 private:
@@ -70,8 +76,10 @@ private:
 /// A buffer or filter used before it holds data. Number 0x10006301.
 class VX_EXPORT vxFrequencyDefs::Uninitialized : public vxFrequencyDefs::Errors {
 public:
+    /// A null message gives an empty text. Copies share it, so that they cannot throw.
     explicit Uninitialized(const char* message = nullptr) : Errors(message) {}
     Uninitialized(const Uninitialized&) noexcept = default;
+    /// Shares the text.
     Uninitialized& operator=(const Uninitialized&) noexcept = default;
     ~Uninitialized() override;
     [[nodiscard]] long errorNumber() const override;
@@ -79,6 +87,7 @@ public:
 
 protected:
     void dispatchSerialize(vxArchive& archive) override;
+    /// As Errors::serialize_.
     void serialize_(vxArchive& archive, unsigned char version);
 
 private:
@@ -90,8 +99,10 @@ private:
 /// Sizes that are too large, unequal, or not powers of two. Number 0x10006302.
 class VX_EXPORT vxFrequencyDefs::InvalidSize : public vxFrequencyDefs::Errors {
 public:
+    /// A null message gives an empty text. Copies share it, so that they cannot throw.
     explicit InvalidSize(const char* message = nullptr) : Errors(message) {}
     InvalidSize(const InvalidSize&) noexcept = default;
+    /// Shares the text.
     InvalidSize& operator=(const InvalidSize&) noexcept = default;
     ~InvalidSize() override;
     [[nodiscard]] long errorNumber() const override;
@@ -99,6 +110,7 @@ public:
 
 protected:
     void dispatchSerialize(vxArchive& archive) override;
+    /// As Errors::serialize_.
     void serialize_(vxArchive& archive, unsigned char version);
 
 private:
@@ -110,8 +122,10 @@ private:
 /// An input image that is not bound to pels; it carries no message. Number 0x10006303.
 class VX_EXPORT vxFrequencyDefs::UnboundWindow : public vxFrequencyDefs::Errors {
 public:
+    /// A null message gives an empty text. Copies share it, so that they cannot throw.
     explicit UnboundWindow(const char* message = nullptr) : Errors(message) {}
     UnboundWindow(const UnboundWindow&) noexcept = default;
+    /// Shares the text.
     UnboundWindow& operator=(const UnboundWindow&) noexcept = default;
     ~UnboundWindow() override;
     [[nodiscard]] long errorNumber() const override;
@@ -119,6 +133,7 @@ public:
 
 protected:
     void dispatchSerialize(vxArchive& archive) override;
+    /// As Errors::serialize_.
     void serialize_(vxArchive& archive, unsigned char version);
 
 private:
@@ -130,8 +145,10 @@ private:
 /// A frequency buffer whose samples an in-place inverse has consumed. Number 0x10006304.
 class VX_EXPORT vxFrequencyDefs::InvalidBuffer : public vxFrequencyDefs::Errors {
 public:
+    /// A null message gives an empty text. Copies share it, so that they cannot throw.
     explicit InvalidBuffer(const char* message = nullptr) : Errors(message) {}
     InvalidBuffer(const InvalidBuffer&) noexcept = default;
+    /// Shares the text.
     InvalidBuffer& operator=(const InvalidBuffer&) noexcept = default;
     ~InvalidBuffer() override;
     [[nodiscard]] long errorNumber() const override;
@@ -139,6 +156,7 @@ public:
 
 protected:
     void dispatchSerialize(vxArchive& archive) override;
+    /// As Errors::serialize_.
     void serialize_(vxArchive& archive, unsigned char version);
 
 private:
@@ -150,8 +168,10 @@ private:
 /// Sample coordinates outside the buffer. Number 0x10006305.
 class VX_EXPORT vxFrequencyDefs::BadCoord : public vxFrequencyDefs::Errors {
 public:
+    /// A null message gives an empty text. Copies share it, so that they cannot throw.
     explicit BadCoord(const char* message = nullptr) : Errors(message) {}
     BadCoord(const BadCoord&) noexcept = default;
+    /// Shares the text.
     BadCoord& operator=(const BadCoord&) noexcept = default;
     ~BadCoord() override;
     [[nodiscard]] long errorNumber() const override;
@@ -159,6 +179,7 @@ public:
 
 protected:
     void dispatchSerialize(vxArchive& archive) override;
+    /// As Errors::serialize_.
     void serialize_(vxArchive& archive, unsigned char version);
 
 private:

@@ -54,22 +54,29 @@ public:
     /// equals anything. Client transforms are not compared.
     bool operator==(const vxFrequencyBuffer& other) const;
 
-    /// Allocated size, a power of two. Throws Uninitialized.
+    /// Allocated width, a power of two. Throws Uninitialized.
     [[nodiscard]] long width() const;
+    /// Allocated height, as width().
     [[nodiscard]] long height() const;
 
     /// One sample: column x, row y. Throws Uninitialized, InvalidBuffer (consumed) or BadCoord, in
     /// that order.
     [[nodiscard]] vxPair<double> get(long x, long y, bool centered) const;
+    /// The real part of get(), with its errors.
     [[nodiscard]] double getReal(long x, long y, bool centered) const;
+    /// The imaginary part of get(), with its errors.
     [[nodiscard]] double getImaginary(long x, long y, bool centered) const;
+    /// Sets a sample. Errors are those of get().
     void put(long x, long y, vxPair<double> value, bool centered);
+    /// Sets a sample's real part and keeps the other. Errors are those of get().
     void putReal(long x, long y, double value, bool centered);
+    /// Sets a sample's imaginary part and keeps the other. Errors are those of get().
     void putImaginary(long x, long y, double value, bool centered);
 
-    /// The spectrum as an image of the allocated size. Centred images have DC at
+    /// The real parts as an image of the allocated size. Centred images have DC at
     /// (width() >> 1, height() >> 1). Throws Uninitialized or InvalidBuffer (consumed).
     [[nodiscard]] vxPelBuffer<double> getRealImage(bool centered) const;
+    /// The imaginary parts, as getRealImage().
     [[nodiscard]] vxPelBuffer<double> getImaginaryImage(bool centered) const;
     /// sqrt(re^2 + im^2), in single precision.
     [[nodiscard]] vxPelBuffer<double> getMagnitudeImage(bool centered) const;

@@ -25,8 +25,10 @@ class VX_EXPORT vxFrequencyFilterBandPass : public vxFrequencyFilter {
 public:
     /// Not built.
     vxFrequencyFilterBandPass();
+    /// Built, as by set().
     vxFrequencyFilterBandPass(double sigma, double plateau, double frequency, const vxPair<long>& size,
                               long dcRemovalRadius);
+    /// A filter of the same state, parameters and gains.
     vxFrequencyFilterBandPass(const vxFrequencyFilterBandPass& other);
     /// From a filter that is not built only that state is taken: isInitialized() stays as it is. Without
     /// memory nothing changes.
@@ -41,6 +43,7 @@ public:
     /// reaches outside the spectrum); a refused call changes nothing. Without memory `out` is left
     /// uninitialized when it has to be sized, otherwise nothing changes.
     void apply(const vxFrequencyBuffer& in, vxFrequencyBuffer& out) const override;
+    /// Filters in place, with the same errors.
     void apply(vxFrequencyBuffer& buffer) const override;
 
     /// Both are not built, or state, parameters and profile are equal. Values differ only when one is less or
@@ -50,9 +53,11 @@ public:
     /// Builds the filter, always.
     void set(double sigma, double plateau, double frequency, const vxPair<long>& size, long dcRemovalRadius);
 
-    /// Setters rebuild the filter when the value differs from the stored one.
+    /// Width of the Gaussian fall-off beyond the flat top, above 0. Setting another value than the stored one
+    /// rebuilds the filter, as with every setter here.
     void sigma(double value);
     [[nodiscard]] double sigma() const;
+    /// Half-width of the flat top, 0.0 or more.
     void plateau(double value);
     [[nodiscard]] double plateau() const;
     /// Centre radius in cycles per pixel along x, 0.0 to 0.5.
@@ -72,6 +77,8 @@ protected:
     /// The profile: 32 gains per bin of distance from the centre radius, 16-byte aligned; null if not built.
     [[nodiscard]] const float* data() const;
     void dispatchSerialize(vxArchive& archive) override;
+    /// What dispatchSerialize archives after the version. Throws vxArchive::UnknownVersion for a version
+    /// that this class does not know.
     void serialize_(vxArchive& archive, unsigned char version) override;
 
 private:

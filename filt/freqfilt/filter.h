@@ -26,18 +26,26 @@ public:
     virtual void apply(vxFrequencyBuffer& buffer) const = 0;
 
 protected:
+    /// What dispatchSerialize archives after the version. Throws vxArchive::UnknownVersion for a version
+    /// other than 0.
     virtual void serialize_(vxArchive& archive, unsigned char version);
 
-    /// Copy the initialized state and nothing else.
+    /// Copies the initialized state and nothing else.
     vxFrequencyFilter(const vxFrequencyFilter&);
+    /// Copies the initialized state and nothing else.
     vxFrequencyFilter& operator=(const vxFrequencyFilter&);
     void dispatchSerialize(vxArchive& archive) override;
 
-    /// What a filter needs of a buffer's private state.
+    // What a filter needs of a buffer's private state.
+    /// Sizes a buffer for images of that size; see vxFrequencyBuffer for the errors.
     static void setAndAllocateFrequencyBuffer(vxFrequencyBuffer& buffer, long width, long height);
+    /// Declares that only rows `miny` to `maxy`, in centred numbering (DC is row height / 2), can be nonzero,
+    /// so that inverse transforms skip the others; or, with `masked` false, that any row can.
     static void maskFrequencyBuffer(vxFrequencyBuffer& buffer, bool masked, long miny, long maxy);
+    /// The samples, row by row, real and imaginary parts in turn; null when there are none.
     [[nodiscard]] static float* getFrequencyBufferData(vxFrequencyBuffer& buffer);
     [[nodiscard]] static const float* getFrequencyBufferData(const vxFrequencyBuffer& buffer);
 
+    /// Whether the gains have been computed.
     bool initialized_ = false;
 };

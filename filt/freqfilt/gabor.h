@@ -9,7 +9,7 @@
 
 /// Keeps what lies under one elliptical Gaussian lobe with a flat top, centred on a frequency of given
 /// magnitude and direction, and removes everything else, the mirror lobe included: the result is not
-/// Hermitian and its inverse is complex-valued (D. Gabor, Theory of communication, 1946). Optionally clears a
+/// Hermitian and its inverse is complex-valued (Gabor, Theory of communication, 1946). Optionally clears a
 /// square around DC. A result is masked: inverse transforms skip all rows but those of the lobe.
 ///
 /// Lengths are fractions of the filter's width, in pairs: along the lobe's direction, and across it. Rows are
@@ -27,8 +27,10 @@ class VX_EXPORT vxFrequencyFilterGabor : public vxFrequencyFilter {
 public:
     /// Not built.
     vxFrequencyFilterGabor();
+    /// Built, as by set().
     vxFrequencyFilterGabor(const vxPair<double>& sigma, const vxPair<double>& plateau, vxRadian angle,
                            double frequency, const vxPair<long>& size, long dcRemovalRadius);
+    /// A filter of the same state, parameters and gains.
     vxFrequencyFilterGabor(const vxFrequencyFilterGabor& other);
     /// From a filter that is not built only that state is taken: isInitialized() stays as it is. Without
     /// memory nothing changes.
@@ -43,6 +45,7 @@ public:
     /// reaches outside the spectrum); a refused call changes nothing. Without memory `out` is left
     /// uninitialized when it has to be sized, otherwise nothing changes.
     void apply(const vxFrequencyBuffer& in, vxFrequencyBuffer& out) const override;
+    /// Filters in place, with the same errors.
     void apply(vxFrequencyBuffer& buffer) const override;
 
     /// Both are not built, or state, parameters and patch are equal. Values differ only when one is less or
@@ -53,7 +56,8 @@ public:
     void set(const vxPair<double>& sigma, const vxPair<double>& plateau, vxRadian angle, double frequency,
              const vxPair<long>& size, long dcRemovalRadius);
 
-    /// Setters rebuild the filter when the value differs from the stored one.
+    /// Widths of the Gaussian fall-off beyond the flat top, above 0: along the direction of the lobe, and
+    /// across it. Setting another value than the stored one rebuilds the filter, as with every setter here.
     void sigma(const vxPair<double>& value);
     [[nodiscard]] vxPair<double> sigma() const;
     /// Half-widths of the flat top.
@@ -72,13 +76,16 @@ public:
     void dcRemovalRadius(long value);
     [[nodiscard]] long dcRemovalRadius() const;
 
-    /// Columns and rows of the patch, odd.
+    /// Columns of the patch, odd.
     [[nodiscard]] long supportWidth() const;
+    /// Rows of the patch, odd.
     [[nodiscard]] long supportHeight() const;
 
     /// The patch: supportHeight() rows of supportWidth() gains, 16-byte aligned. Null while not built.
     [[nodiscard]] const float* data() const;
 
+    /// What dispatchSerialize archives after the version. Throws vxArchive::UnknownVersion for a version
+    /// that this class does not know.
     void serialize_(vxArchive& archive, unsigned char version) override;
 
 protected:

@@ -26,8 +26,10 @@ class VX_EXPORT vxFrequencyFilterGaborReject : public vxFrequencyFilter {
 public:
     /// Not built.
     vxFrequencyFilterGaborReject();
+    /// Built, as by set().
     vxFrequencyFilterGaborReject(const vxPair<double>& sigma, const vxPair<double>& plateau, vxRadian angle,
                                  double frequency, const vxPair<long>& size, long dcProtectionRadius);
+    /// A filter of the same state, parameters and gains.
     vxFrequencyFilterGaborReject(const vxFrequencyFilterGaborReject& other);
     /// From a filter that is not built only that state is taken: isInitialized() stays as it is. Without
     /// memory nothing changes.
@@ -42,6 +44,7 @@ public:
     /// reaches outside the spectrum); a refused call changes nothing. Without memory `out` is left
     /// uninitialized when it has to be sized, otherwise nothing changes.
     void apply(const vxFrequencyBuffer& in, vxFrequencyBuffer& out) const override;
+    /// Filters in place, with the same errors.
     void apply(vxFrequencyBuffer& buffer) const override;
 
     /// Both are not built, or state, parameters and patch are equal. Values differ only when one is less or
@@ -52,7 +55,8 @@ public:
     void set(const vxPair<double>& sigma, const vxPair<double>& plateau, vxRadian angle, double frequency,
              const vxPair<long>& size, long dcProtectionRadius);
 
-    /// Setters rebuild the filter when the value differs from the stored one.
+    /// Widths of the Gaussian fall-off beyond the flat top, above 0: along the direction of the lobe, and
+    /// across it. Setting another value than the stored one rebuilds the filter, as with every setter here.
     void sigma(const vxPair<double>& value);
     [[nodiscard]] vxPair<double> sigma() const;
     /// Half-widths of the flat top.
@@ -71,14 +75,17 @@ public:
     void dcProtectionRadius(long value);
     [[nodiscard]] long dcProtectionRadius() const;
 
-    /// Columns and rows of the patch, odd.
+    /// Columns of the patch, odd.
     [[nodiscard]] long supportWidth() const;
+    /// Rows of the patch, odd.
     [[nodiscard]] long supportHeight() const;
 
 protected:
     /// The patch: supportHeight() rows of supportWidth() gains, 16-byte aligned. Null while not built.
     [[nodiscard]] const float* data() const;
     void dispatchSerialize(vxArchive& archive) override;
+    /// What dispatchSerialize archives after the version. Throws vxArchive::UnknownVersion for a version
+    /// that this class does not know.
     void serialize_(vxArchive& archive, unsigned char version) override;
 
 private:

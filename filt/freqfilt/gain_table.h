@@ -19,12 +19,15 @@ public:
     vx_GainTable() noexcept;
     /// A copy of `gains`.
     explicit vx_GainTable(std::span<const float> gains);
+    /// Takes the other's gains; that is then not built.
     vx_GainTable(vx_GainTable&& other) noexcept;
+    /// Exchanges the gains.
     vx_GainTable& operator=(vx_GainTable&& other) noexcept;
     vx_GainTable(const vx_GainTable&) = delete;
     vx_GainTable& operator=(const vx_GainTable&) = delete;
     ~vx_GainTable();
 
+    /// Whether there are gains.
     [[nodiscard]] bool isBuilt() const noexcept { return gains_.data() != nullptr; }
     /// The gains; null and empty when not built.
     [[nodiscard]] std::span<const float> gains() const noexcept { return gains_; }

@@ -12,6 +12,7 @@ public:
     vxFrequencyFilterImage();
     /// Keeps a copy of `image`. Throws Uninitialized when it has no samples.
     explicit vxFrequencyFilterImage(const vxFrequencyBuffer& image);
+    /// A filter with a copy of the image.
     vxFrequencyFilterImage(const vxFrequencyFilterImage& other);
     /// Without memory nothing changes.
     vxFrequencyFilterImage& operator=(const vxFrequencyFilterImage& other);
@@ -24,6 +25,7 @@ public:
     /// InvalidSize and InvalidBuffer (consumed); a refused call changes nothing. Without memory `out` is left
     /// uninitialized.
     void apply(const vxFrequencyBuffer& in, vxFrequencyBuffer& out) const override;
+    /// Filters in place, with the same errors.
     void apply(vxFrequencyBuffer& buffer) const override;
 
     /// State and images are equal.
@@ -33,12 +35,15 @@ public:
     /// nor does one that finds no memory.
     void setImage(const vxFrequencyBuffer& image);
 
-    /// Size of the spectra that the filter accepts. Throws Uninitialized while not built.
+    /// Width of the spectra that the filter accepts. Throws Uninitialized while not built.
     [[nodiscard]] long supportWidth() const;
+    /// Height of them, likewise.
     [[nodiscard]] long supportHeight() const;
 
 protected:
     void dispatchSerialize(vxArchive& archive) override;
+    /// What dispatchSerialize archives after the version. Throws vxArchive::UnknownVersion for a version
+    /// that this class does not know.
     void serialize_(vxArchive& archive, unsigned char version) override;
 
 private:
