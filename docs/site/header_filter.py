@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Doxygen's input filter: prints a header in the form that Doxygen understands. Lines keep their numbers.
 
-- One comment stands for every overload that follows it directly: the declarations of one name without a blank line in
-  between, a setter and its getter, say. Doxygen wants a comment before each.
+- One comment stands for every overload that follows it directly: the declarations of one name without a blank
+  line in between, a setter and its getter, say. Doxygen wants a comment before each.
 - Private parts are left out. Doxygen would link to the types in them, which it does not describe.
 """
 
@@ -14,7 +14,7 @@ def declaration_end(lines, start):
     """The last line of the declaration that begins at `start`."""
     depth = 0
     for index in range(start, len(lines)):
-        depth += lines[index].count("{") + lines[index].count("(") - lines[index].count("}") - lines[index].count(")")
+        depth += len(re.findall(r"[({]", lines[index])) - len(re.findall(r"[)}]", lines[index]))
         if depth == 0 and re.search(r"[;}]\s*(//.*)?$", lines[index]):
             return index
     return len(lines) - 1

@@ -3,8 +3,8 @@
 
 usage: check_code.py --compiler CXX PAGE...
 
-- After `<!-- snippet: NAME -->` a block repeats, but for its indentation, the text between two comments `[NAME]` of a
-  file in examples/ or tests/docs/, which is built and run.
+- After `<!-- snippet: NAME -->` a block repeats, but for its indentation, the text between two comments
+  `[NAME]` of a file in examples/, tests/examples/ or tests/docs/, which is built and run.
 - Any other cpp block is a whole file and compiles.
 - Blocks of other languages would go unchecked, so there are none but sh and text.
 - Scripts and presets that an indented block names exist.
@@ -25,8 +25,9 @@ import markdown
 def snippets(root):
     """Every marked text: name to a list of (file, text)."""
     found, errors = {}, []
-    for path in sorted([*root.glob("examples/*"), *root.glob("tests/docs/*")]):
-        if path.suffix not in (".cpp", ".h", ".txt"):
+    folders = ("examples", "tests/docs", "tests/examples")
+    for path in sorted(path for folder in folders for path in root.glob(f"{folder}/**/*")):
+        if path.suffix not in (".cpp", ".h", ".py", ".txt"):
             continue
         text = path.read_text(encoding="utf-8")
         marks = re.findall(r"^ *(?://|#) \[([\w-]+)\]$", text, re.M)
@@ -40,9 +41,11 @@ def snippets(root):
 
 
 def is_built(path):
-    """Whether the CMakeLists.txt beside a file names it."""
+    """Whether the CMakeLists.txt beside a file names it, or makes a program of every test."""
     lists = path.with_name("CMakeLists.txt")
-    return path == lists or re.search(rf"\b{re.escape(path.stem)}\b", lists.read_text(encoding="utf-8")) is not None
+    text = lists.read_text(encoding="utf-8")
+    named = re.search(rf"\b{re.escape(path.stem)}\b", text) is not None
+    return path == lists or named or path.stem.endswith("_test") and "kav_add_tests(" in text
 
 
 def compile_error(compiler, text, root):
@@ -82,7 +85,7 @@ def check(page_paths, compiler, root=markdown.ROOT):
             checked += 1
             if block.snippet is not None:
                 if block.snippet not in known:
-                    errors.append(f"{where}: no file of examples/ or tests/docs/ marks [{block.snippet}]")
+                    errors.append(f"{where}: no example or test marks [{block.snippet}]")
                     continue
                 source, text = known[block.snippet][0]
                 if len(known[block.snippet]) > 1:

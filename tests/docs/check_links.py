@@ -32,8 +32,8 @@ def check_pages(paths):
             name, _, anchor = link.target.partition("#")
             target = path.parent / name if name else path
             if not target.exists():
-                made = link.image and any(re.search(rf"\b{re.escape(target.name)}\b", b.text) for b in page.commands())
-                if not made:
+                name = rf"\b{re.escape(target.name)}\b"
+                if not link.image or not any(re.search(name, block.text) for block in page.commands()):
                     errors.append(f"{path}:{link.line}: there is no {link.target}")
             elif anchor and (target.suffix != ".md" or anchor not in markdown.Page(target).anchors):
                 errors.append(f"{path}:{link.line}: {name or path.name} has no heading #{anchor}")
@@ -78,7 +78,9 @@ def check_site(folder):
     for path in sorted(folder.rglob("*.js")):
         text = path.read_text(encoding="utf-8", errors="replace")
         base = folder / "index.html" if path.name == "menudata.js" else path
-        for target in re.findall(r"url:\s*[\"']([^\"']+)[\"']", text) + re.findall(r"['\"](\.\./[^'\"]+\.html[^'\"]*)", text):
+        menu = re.findall(r"url:\s*[\"']([^\"']+)[\"']", text)
+        found = re.findall(r"['\"](\.\./[^'\"]+\.html[^'\"]*)", text)
+        for target in menu + found:
             if not is_external(target):
                 count += 1
                 check_target(base, target)

@@ -13,6 +13,7 @@ import run_commands
 
 sys.path.insert(0, str(markdown.ROOT / "docs" / "site"))
 import header_filter  # pylint: disable=wrong-import-position,wrong-import-order
+import page_filter  # pylint: disable=wrong-import-position,wrong-import-order
 
 
 class Checks(unittest.TestCase):
@@ -36,7 +37,8 @@ class Checks(unittest.TestCase):
 
     def test_whole_files_compile(self):
         self.assertEqual(self.code_errors("```cpp\nint f() { return 1; }\n```\n"), "")
-        self.assertIn("page.md:3: does not compile", self.code_errors("\n\n```cpp\nint f() { return x; }\n```\n"))
+        broken = "\n\n```cpp\nint f() { return x; }\n```\n"
+        self.assertIn("page.md:3: does not compile", self.code_errors(broken))
 
     def test_excerpts_are_those_of_the_file(self):
         self.write("examples/a.cpp", "int main() {\n    // [loop]\n    for (;;) {\n    }\n    // [loop]\n}\n")
@@ -70,7 +72,9 @@ class Checks(unittest.TestCase):
 
     def test_links_of_pages(self):
         self.write("docs/other.md", "# A `b` title\n")
-        self.assertEqual(self.link_errors("[a](other.md) [b](other.md#a-b-title) [c](https://example.org/x)\n"), "")
+        good = "[a](other.md) [b](other.md#a-b-title) [c](https://example.org/x)\n"
+        self.assertEqual(self.link_errors(good), "")
+        self.assertIn("no heading #b", self.link_errors("[![x](other.md)](other.md#b)\n"))
         self.assertIn("page.md:2: there is no othre.md", self.link_errors("\n[a](othre.md)\n"))
         self.assertIn("no heading #a-title", self.link_errors("[a](other.md#a-title)\n"))
         self.assertIn("there is no x.png", self.link_errors("| ![x](x.png) | y |\n"))
@@ -82,7 +86,8 @@ class Checks(unittest.TestCase):
         return "\n".join(errors)
 
     def test_links_of_the_site(self):
-        self.assertEqual(self.site_errors('<p id="a"><a href="#a">x</a><a href="https://example.org">y</a>'), "")
+        good = '<p id="a"><a href="#a">x</a><a href="https://example.org">y</a>'
+        self.assertEqual(self.site_errors(good), "")
         self.assertIn("there is no b.html", self.site_errors('<a href="b.html">x</a>'))
         self.assertIn("no anchor #b", self.site_errors('<a href="index.html#b">x</a>'))
         self.assertIn("from elsewhere", self.site_errors('<script src="https://example.org/a.js"></script>'))
@@ -105,6 +110,12 @@ class Checks(unittest.TestCase):
         self.assertEqual(self.command_errors("```sh\n: > a.png\n```\n![a](a.png)\n"), "")
         self.assertIn("no command makes b.png", self.command_errors("```sh\n: > a.png\n```\n![a](b.png)\n"))
 
+    def test_output(self):
+        page = "```sh\necho 1\necho 2\n```\n\n<!-- output -->\n```text\n1\n2\n```\n"
+        self.assertEqual(self.command_errors(page), "")
+        other = self.command_errors(page.replace("echo 2", "echo 3"))
+        self.assertIn("page.md:7: the commands print\n1\n3\n", other)
+
     def test_kept_pictures_are_what_commands_make(self):
         pictures = markdown.ROOT / "docs" / "pictures"
         for name, message in (("blob.png", ""), ("cut-out.png", "is not what the commands make")):
@@ -115,8 +126,11 @@ class Checks(unittest.TestCase):
 
     def test_a_comment_stands_for_overloads_that_follow_directly(self):
         shared = "    /// Width.\n    void width(long value);\n    [[nodiscard]] long width() const;\n"
-        self.assertIn("/** Width. */     [[nodiscard]] long width() const;", header_filter.share_comments(shared))
-        for text in (shared.replace(" long width()", " long height()"), shared.replace(";\n    [", ";\n\n    [")):
+        seen = header_filter.share_comments(shared)
+        self.assertIn("/** Width. */     [[nodiscard]] long width() const;", seen)
+        other_name = shared.replace(" long width()", " long height()")
+        apart = shared.replace(";\n    [", ";\n\n    [")
+        for text in (other_name, apart):
             self.assertEqual(header_filter.share_comments(text), text)
         inside = "/// A class.\nclass A {\npublic:\n    A();\n};\n"
         self.assertEqual(header_filter.share_comments(inside), inside)
@@ -126,6 +140,13 @@ class Checks(unittest.TestCase):
         self.assertEqual(
             header_filter.without_private_parts(text), "class A {\npublic:\n    int a;\n\n\n};\nint c;\n"
         )
+
+    def test_pages_are_written_for_doxygen(self):
+        self.assertEqual(page_filter.filter_page("see [`a/`](a.md), `b`"), "see [a/](a.md), `b`")
+        cell = "| `a \\| b > c` | `d` |"
+        self.assertEqual(page_filter.filter_page(cell), "| <code>a \\| b &gt; c</code> | `d` |")
+        fenced = "```sh\n| `a \\| b` |\n```"
+        self.assertEqual(page_filter.filter_page(fenced), fenced)
 
 
 if __name__ == "__main__":

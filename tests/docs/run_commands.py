@@ -4,10 +4,12 @@
 usage: run_commands.py --tool KAVFILT --work FOLDER [--pictures FOLDER] PAGE
 
 The folder first gets what the page takes for granted: for README.md the pictures that its commands read, for
-docs/X.md what docs/X_scenes.py makes. Commands that stand in a table come last and in a folder of their own.
+docs/X.md what docs/X_scenes.py makes. Commands that stand in a table come last and in a folder of their own. A block
+after `<!-- output -->` is what the block before it prints.
 
-What must hold afterwards: every command succeeded, every picture that the page shows is in docs/ or was made, and one
-that is in both is the same, pel by pel. --pictures keeps those that were made and are not in docs/.
+What must hold afterwards: every command succeeded and printed what the page says, every picture that the page shows
+is in docs/ or was made, and one that is both is the same, pel by pel. --pictures keeps those that were made and are
+not in docs/.
 """
 
 import argparse
@@ -32,7 +34,7 @@ def prepare(page, folder):
             shutil.copy(page.path.parent / "docs" / "pictures" / name, folder)
     scenes = page.path.with_name(page.path.stem + "_scenes.py")
     if scenes.exists():
-        subprocess.run([sys.executable, str(scenes), str(folder)], check=True)
+        subprocess.run([sys.executable, "-B", str(scenes), str(folder)], check=True)
 
 
 def run(text, where, folder, tool):
@@ -42,8 +44,8 @@ def run(text, where, folder, tool):
         ["bash", "-c", script], cwd=folder, env=environment, capture_output=True, text=True, check=False
     )
     if done.returncode == 0:
-        return None
-    return f"{where}: exit code {done.returncode}\n{text}{done.stdout}{done.stderr}"
+        return None, done.stdout
+    return f"{where}: exit code {done.returncode}\n{text}{done.stdout}{done.stderr}", None
 
 
 def png_rows(path):
@@ -83,13 +85,21 @@ def check(path, tool, work, keep=None):
     errors, count = [], 0
     text_folder, table_folder = work / "text", work / "tables"
     prepare(page, text_folder)
+    printed = None
     for block in page.commands():
+        where = f"{path}:{block.line}"
+        if block.is_output:
+            if printed is not None and block.text != printed:
+                errors.append(f"{where}: the commands print\n{printed}")
+            continue
         count += 1
-        errors.append(run(block.text, f"{path}:{block.line}", text_folder, tool))
-    prepare(page, table_folder)
+        error, printed = run(block.text, where, text_folder, tool)
+        errors.append(error)
+    if page.table_commands:
+        prepare(page, table_folder)
     for command, line in page.table_commands:
         count += 1
-        errors.append(run(command + "\n", f"{path}:{line}", table_folder, tool))
+        errors.append(run(command + "\n", f"{path}:{line}", table_folder, tool)[0])
     picture_errors, made = check_pictures(page, [text_folder, table_folder], keep)
     return count, made, [error for error in errors if error] + picture_errors
 
@@ -101,7 +111,8 @@ def main():
     parser.add_argument("--pictures", type=pathlib.Path)
     parser.add_argument("page", type=pathlib.Path)
     options = parser.parse_args()
-    count, made, errors = check(options.page, options.tool.resolve(), options.work.resolve(), options.pictures)
+    tool, work = options.tool.resolve(), options.work.resolve()
+    count, made, errors = check(options.page, tool, work, options.pictures)
     for error in errors:
         print(error, file=sys.stderr)
     print(f"{options.page.name}: {count} commands run, {made} pictures made")
