@@ -58,6 +58,7 @@ def spectra(checks, image):
     return theirs
 
 
+# [numpy_filters]
 def frequencies():
     return np.fft.fftfreq(WIDTH)[None, :], np.fft.fftfreq(HEIGHT)[:, None]
 
@@ -80,6 +81,7 @@ def lobe(frequency, degrees, along, across):
     a = dx * np.cos(angle) + dy * np.sin(angle)
     b = dy * np.cos(angle) - dx * np.sin(angle)
     return np.exp(-(a**2) / (2 * along**2) - b**2 / (2 * across**2))
+# [numpy_filters]
 
 
 def filtered(checks, name, *arguments):
