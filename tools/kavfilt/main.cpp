@@ -28,6 +28,7 @@ int run(int argc, char** argv) {
     addCorrelateVerb(program);
     addConvolveVerb(program);
     addInfoVerb(program);
+    addSuggestVerb(program);
     addDemoVerb(program);
     try {
         program.parse(argc, argv);

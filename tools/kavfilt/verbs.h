@@ -11,4 +11,5 @@ void addInfoVerb(CLI::App& program);
 void addSpectrumVerb(CLI::App& program);
 void addCorrelateVerb(CLI::App& program);
 void addConvolveVerb(CLI::App& program);
+void addSuggestVerb(CLI::App& program);
 void addDemoVerb(CLI::App& program);
