@@ -143,6 +143,8 @@ class Checks(unittest.TestCase):
 
     def test_pages_are_written_for_doxygen(self):
         self.assertEqual(page_filter.filter_page("see [`a/`](a.md), `b`"), "see [a/](a.md), `b`")
+        linked = page_filter.filter_page("[x](../b/c.md), [y](d.md#e), [z](https://f.g/h.md)", "docs")
+        self.assertEqual(linked, "[x](b/c.md), [y](docs/d.md#e), [z](https://f.g/h.md)")
         cell = "| `a \\| b > c` | `d` |"
         self.assertEqual(page_filter.filter_page(cell), "| <code>a \\| b &gt; c</code> | `d` |")
         fenced = "```sh\n| `a \\| b` |\n```"
