@@ -208,7 +208,7 @@ vxArchive& operator||(vxArchive& archive, double& value) {
 
 vxArchive& operator||(vxArchive& archive, std::vector<float>& value) {
     if (!archive.isLoading()) {
-        vf_StoreFloats(archive, value);
+        vf_StoreFloats(archive, value.data(), value.size());
         return archive;
     }
     vx_ArchiveAccess::state(archive).version("a float array");
@@ -221,14 +221,13 @@ vxArchive& operator||(vxArchive& archive, std::vector<float>& value) {
     return archive;
 }
 
-void vf_StoreFloats(vxArchive& archive, std::span<const float> values) {
+void vf_StoreFloats(vxArchive& archive, const float* values, std::size_t count) {
     VX_ASSERT(!archive.isLoading());
     vx_ArchiveAccess::State& state = vx_ArchiveAccess::state(archive);
     state.version("a float array");
-    std::size_t count = values.size();
     archiveInteger<std::uint64_t>(archive, count, "the count of a float array");
-    forEachChunk(
-        count, [&](std::size_t first, std::size_t size) { storeChunk(state, values.data() + first, size); });
+    forEachChunk(count,
+                 [&](std::size_t first, std::size_t size) { storeChunk(state, values + first, size); });
 }
 
 vxArchive& operator||(vxArchive& archive, vxPair<long>& value) {

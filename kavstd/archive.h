@@ -15,7 +15,6 @@
 #include <functional>
 #include <iosfwd>
 #include <memory>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -129,7 +128,7 @@ VX_EXPORT vxArchive& operator||(vxArchive& archive, double& value);
 /// The float-array record: an unsigned 8-bit version 0, the count as unsigned long, then the elements.
 VX_EXPORT vxArchive& operator||(vxArchive& archive, std::vector<float>& value);
 /// Stores the float-array record of these floats, without a vector of them; not for loading.
-VX_EXPORT void vf_StoreFloats(vxArchive& archive, std::span<const float> values);
+VX_EXPORT void vf_StoreFloats(vxArchive& archive, const float* values, std::size_t count);
 /// The pair record: an unsigned 8-bit version 0, then x, then y.
 VX_EXPORT vxArchive& operator||(vxArchive& archive, vxPair<long>& value);
 VX_EXPORT vxArchive& operator||(vxArchive& archive, vxPair<double>& value);

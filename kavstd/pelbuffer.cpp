@@ -114,25 +114,25 @@ void vx_PelBuffer::narrow(void* pels, long x, long y, long width, long height) n
     height_ = height;
 }
 
-template <vx_Pel T>
+template <class T>
 vxPelBuffer_const<T>::vxPelBuffer_const(long width, long height, long alignment) {
     allocate(width, height, alignment, sizeof(T));
     clear(sizeof(T));
 }
 
-template <vx_Pel T>
+template <class T>
 vxPelBuffer_const<T>::vxPelBuffer_const(const T* pels, long width, long height, long rowUpdate,
                                         std::shared_ptr<void> owner) {
     bind(const_cast<T*>(pels), width, height, rowUpdate, sizeof(T), std::move(owner));
 }
 
-template <vx_Pel T>
+template <class T>
 const T* vxPelBuffer_const<T>::pointToRow(long y) const {
     const std::ptrdiff_t distance = distanceToRow(y);
     return pointToOffset() + distance;
 }
 
-template <vx_Pel T>
+template <class T>
 vxPelBuffer_const<T> vxPelBuffer_const<T>::window(long x, long y, long width, long height) const {
     const std::ptrdiff_t distance = distanceToWindow(x, y, width, height);
     vxPelBuffer_const result(*this);
@@ -140,28 +140,28 @@ vxPelBuffer_const<T> vxPelBuffer_const<T>::window(long x, long y, long width, lo
     return result;
 }
 
-template <vx_Pel T>
+template <class T>
 vxPelBuffer<T>::vxPelBuffer(long width, long height, long alignment)
     : vxPelBuffer_const<T>(width, height, alignment) {}
 
-template <vx_Pel T>
+template <class T>
 vxPelBuffer<T> vxPelBuffer<T>::unset(long width, long height, long alignment) {
     vxPelBuffer result;
     result.allocate(width, height, alignment, sizeof(T));
     return result;
 }
 
-template <vx_Pel T>
+template <class T>
 vxPelBuffer<T>::vxPelBuffer(T* pels, long width, long height, long rowUpdate, std::shared_ptr<void> owner)
     : vxPelBuffer_const<T>(pels, width, height, rowUpdate, std::move(owner)) {}
 
-template <vx_Pel T>
+template <class T>
 T* vxPelBuffer<T>::pointToRow(long y) const {
     const std::ptrdiff_t distance = this->distanceToRow(y);
     return pointToOffset() + distance;
 }
 
-template <vx_Pel T>
+template <class T>
 vxPelBuffer<T> vxPelBuffer<T>::window(long x, long y, long width, long height) const {
     const std::ptrdiff_t distance = this->distanceToWindow(x, y, width, height);
     vxPelBuffer result(*this);
@@ -169,8 +169,8 @@ vxPelBuffer<T> vxPelBuffer<T>::window(long x, long y, long width, long height) c
     return result;
 }
 
-template <vx_Pel T>
-void vfPelSet(vxPelBuffer<T>& image, std::type_identity_t<T> value) {
+template <class T>
+void vfPelSet(vxPelBuffer<T>& image, std::common_type_t<T> value) {
     T* const pels = image.pointToOffset();
     for (long row = 0; row < image.height(); ++row) {
         std::fill_n(pels + row * image.rowUpdate(), image.width(), value);
@@ -257,7 +257,7 @@ void copyRows(const Rows<const std::byte>& source, const Rows<std::byte>& destin
 }
 } // namespace
 
-template <vx_Pel T>
+template <class T>
 void vfPelCopy(const vxPelBuffer_const<T>& source, vxPelBuffer<T>& destination) {
     const vxPair<long>& from = source.offset();
     const vxPair<long>& to = destination.offset();

@@ -10,14 +10,21 @@
 #include "kavstd/pair.h"
 #include "kavstd/xform.h"
 
-#include <concepts>
 #include <cstddef>
 #include <memory>
 #include <type_traits>
 
-/// The pel types: 8-bit, 16-bit and double-precision.
+/// Whether T is a pel type: 8-bit, 16-bit or double-precision.
 template <class T>
-concept vx_Pel = std::same_as<T, unsigned char> || std::same_as<T, unsigned short> || std::same_as<T, double>;
+inline constexpr bool vx_isPel =
+    std::is_same_v<T, unsigned char> || std::is_same_v<T, unsigned short> || std::is_same_v<T, double>;
+
+#if defined(__cpp_concepts)
+/// The same for code of C++20. The functions and classes here must not be constrained with it: their names in
+/// the libraries would depend on the language version and the compiler.
+template <class T>
+concept vx_Pel = vx_isPel<T>;
+#endif
 
 /// What windows of every pel type have: size, row update, offset, transform.
 class VX_EXPORT vx_PelBuffer {
@@ -83,8 +90,10 @@ public:
 };
 
 /// A window for reading.
-template <vx_Pel T>
+template <class T>
 class VX_EXPORT vxPelBuffer_const : public vx_PelBuffer {
+    static_assert(vx_isPel<T>, "pels are unsigned char, unsigned short or double");
+
 public:
     /// Not bound, 0 x 0, offset (0, 0).
     vxPelBuffer_const() = default;
@@ -108,7 +117,7 @@ public:
 };
 
 /// A window for reading and writing. Constness is the handle's, not the pels'.
-template <vx_Pel T>
+template <class T>
 class VX_EXPORT vxPelBuffer : public vxPelBuffer_const<T> {
 public:
     /// Not bound, 0 x 0, offset (0, 0).
@@ -128,14 +137,14 @@ public:
     [[nodiscard]] vxPelBuffer window(long x, long y, long width, long height) const;
 };
 
-/// Sets every pel of the window.
-template <vx_Pel T>
-VX_EXPORT void vfPelSet(vxPelBuffer<T>& image, std::type_identity_t<T> value);
+/// Sets every pel of the window. T is the image's; the value is converted to it.
+template <class T>
+VX_EXPORT void vfPelSet(vxPelBuffer<T>& image, std::common_type_t<T> value);
 
 /// Copies the pels whose coordinates lie in both windows, right even when the windows share memory. Nothing
 /// happens when nothing overlaps or a buffer is not bound. Windows of different row updates that share memory
 /// need a temporary copy: std::bad_alloc, with nothing copied, when it cannot be had.
-template <vx_Pel T>
+template <class T>
 VX_EXPORT void vfPelCopy(const vxPelBuffer_const<T>& source, vxPelBuffer<T>& destination);
 
 /// \cond

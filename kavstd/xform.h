@@ -35,7 +35,10 @@ public:
         return {a.x_ - b.x_, a.y_ - b.y_};
     }
     /// Plain comparison of the coordinates.
-    friend constexpr bool operator==(const vxVector& a, const vxVector& b) noexcept = default;
+    friend constexpr bool operator==(const vxVector& a, const vxVector& b) noexcept {
+        return a.x_ == b.x_ && a.y_ == b.y_;
+    }
+    friend constexpr bool operator!=(const vxVector& a, const vxVector& b) noexcept { return !(a == b); }
 
 private:
     double x_ = 0.0;
@@ -62,7 +65,11 @@ public:
     friend VX_EXPORT vxMatrix operator*(const vxMatrix& a, const vxMatrix& b) noexcept;
     friend VX_EXPORT vxVector<2> operator*(const vxMatrix& m, const vxVector<2>& v) noexcept;
     /// Plain comparison of the elements.
-    friend constexpr bool operator==(const vxMatrix& a, const vxMatrix& b) noexcept = default;
+    friend constexpr bool operator==(const vxMatrix& a, const vxMatrix& b) noexcept {
+        return a.e_[0][0] == b.e_[0][0] && a.e_[0][1] == b.e_[0][1] && a.e_[1][0] == b.e_[1][0] &&
+               a.e_[1][1] == b.e_[1][1];
+    }
+    friend constexpr bool operator!=(const vxMatrix& a, const vxMatrix& b) noexcept { return !(a == b); }
 
 private:
     double e_[2][2] = {{1.0, 0.0}, {0.0, 1.0}};
@@ -92,7 +99,10 @@ public:
     /// Applies b first.
     friend VX_EXPORT vxXform operator*(const vxXform& a, const vxXform& b) noexcept;
     /// Plain comparison of the elements.
-    friend constexpr bool operator==(const vxXform& a, const vxXform& b) noexcept = default;
+    friend constexpr bool operator==(const vxXform& a, const vxXform& b) noexcept {
+        return a.matrix_ == b.matrix_ && a.translation_ == b.translation_;
+    }
+    friend constexpr bool operator!=(const vxXform& a, const vxXform& b) noexcept { return !(a == b); }
 
 private:
     vxMatrix<2> matrix_;

@@ -4,9 +4,9 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 jobs=$(nproc 2>/dev/null || echo 2)
 
 build_packages="g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libpng-dev libtiff-dev"
-# From pkg-config on for the examples that work with other libraries; without one of them its example is left out.
-test_packages="$build_packages libgtest-dev libgmock-dev binutils python3
-    pkg-config libopencv-core-dev libfftw3-dev python3-numpy python3-pil"
+# The second line is for the examples that work with other libraries; without one of them its example is left out.
+test_packages="$build_packages libgtest-dev libgmock-dev binutils pkg-config python3
+    libopencv-core-dev libfftw3-dev python3-numpy python3-pil"
 docs_packages="$test_packages doxygen"
 # The benchmark and the libraries that it compares with.
 bench_packages="$build_packages pkg-config libbenchmark-dev libfftw3-dev libopencv-core-dev libvips-dev"

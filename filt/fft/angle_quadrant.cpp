@@ -51,25 +51,25 @@ void vf_ComputeQuadrantImage(const vxFrequencyBuffer& buffer, vxPelBuffer<unsign
     vf_Deliver(vf_QuadrantImage(vf_SamplesOf(buffer)), quadrant);
 }
 
-template <vx_Pel T>
+template <class T>
 void vfInverseFFTAngle(vxFrequencyBuffer& buffer, vxPelBuffer<T>& image, vxPelBuffer<double>& angle,
                        bool normalize, bool inPlace) {
     vf_InverseFFT(buffer, image, &angle, normalize, inPlace);
 }
 
-template <vx_Pel T>
+template <class T>
 void vfInverseFFTAngle(const vxFrequencyBuffer& buffer, vxPelBuffer<T>& image, vxPelBuffer<double>& angle,
                        bool normalize) {
     vf_InverseFFT(vf_ReadOnly(buffer), image, &angle, normalize, false);
 }
 
-template <vx_Pel T>
+template <class T>
 void vfInverseFFTQuadrant(vxFrequencyBuffer& buffer, vxPelBuffer<T>& image,
                           vxPelBuffer<unsigned char>& quadrant, bool normalize, bool inPlace) {
     vf_InverseFFT(buffer, image, quadrant, normalize, inPlace);
 }
 
-template <vx_Pel T>
+template <class T>
 void vfInverseFFTQuadrant(const vxFrequencyBuffer& buffer, vxPelBuffer<T>& image,
                           vxPelBuffer<unsigned char>& quadrant, bool normalize) {
     vf_InverseFFT(vf_ReadOnly(buffer), image, quadrant, normalize, false);

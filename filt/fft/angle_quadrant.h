@@ -14,17 +14,17 @@ VX_EXPORT void vf_ComputeAngleImage(const vxFrequencyBuffer& buffer, vxPelBuffer
 VX_EXPORT void vf_ComputeQuadrantImage(const vxFrequencyBuffer& buffer, vxPelBuffer<unsigned char>& quadrant);
 
 /// Magnitude and angle image, T = unsigned char, unsigned short or double.
-template <vx_Pel T>
+template <class T>
 VX_EXPORT void vfInverseFFTAngle(vxFrequencyBuffer& buffer, vxPelBuffer<T>& image, vxPelBuffer<double>& angle,
                                  bool normalize, bool inPlace);
-template <vx_Pel T>
+template <class T>
 VX_EXPORT void vfInverseFFTAngle(const vxFrequencyBuffer& buffer, vxPelBuffer<T>& image,
                                  vxPelBuffer<double>& angle, bool normalize);
 
 /// Magnitude and quadrant image. With T = double a NaN part counts as negative in the quadrant image.
-template <vx_Pel T>
+template <class T>
 VX_EXPORT void vfInverseFFTQuadrant(vxFrequencyBuffer& buffer, vxPelBuffer<T>& image,
                                     vxPelBuffer<unsigned char>& quadrant, bool normalize, bool inPlace);
-template <vx_Pel T>
+template <class T>
 VX_EXPORT void vfInverseFFTQuadrant(const vxFrequencyBuffer& buffer, vxPelBuffer<T>& image,
                                     vxPelBuffer<unsigned char>& quadrant, bool normalize);

@@ -28,6 +28,10 @@ struct vx_CacheLineAllocator {
     [[nodiscard]] bool operator==(const vx_CacheLineAllocator<U>& /*other*/) const noexcept {
         return true;
     }
+    template <class U>
+    [[nodiscard]] bool operator!=(const vx_CacheLineAllocator<U>& /*other*/) const noexcept {
+        return false;
+    }
 
 private:
     static constexpr std::align_val_t alignment{64};

@@ -98,12 +98,12 @@ void vf_ForwardFFT(const vxPelBuffer_const<double>& real, const vxPelBuffer_cons
     forward(real, imaginary, destination);
 }
 
-template <vx_Pel T>
+template <class T>
 void vfForwardFFT(const vxPelBuffer_const<T>& source, vxFrequencyBuffer& destination) {
     vf_ForwardFFT(source, destination);
 }
 
-template <vx_Pel T>
+template <class T>
 void vfForwardFFT(const vxPelBuffer_const<T>& real, const vxPelBuffer_const<T>& imaginary,
                   vxFrequencyBuffer& destination) {
     vf_ForwardFFT(real, imaginary, destination);

@@ -29,9 +29,9 @@ VX_EXPORT void vf_ForwardFFT(const vxPelBuffer_const<double>& real,
                              const vxPelBuffer_const<double>& imaginary, vxFrequencyBuffer& destination);
 
 /// The same for T = unsigned char, unsigned short, double.
-template <vx_Pel T>
+template <class T>
 VX_EXPORT void vfForwardFFT(const vxPelBuffer_const<T>& source, vxFrequencyBuffer& destination);
-template <vx_Pel T>
+template <class T>
 VX_EXPORT void vfForwardFFT(const vxPelBuffer_const<T>& real, const vxPelBuffer_const<T>& imaginary,
                             vxFrequencyBuffer& destination);
 

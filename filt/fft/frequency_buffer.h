@@ -53,6 +53,7 @@ public:
     /// Sizes, state, offsets and samples are equal. Samples differ only when one is less or greater, so a NaN
     /// equals anything. Client transforms are not compared.
     bool operator==(const vxFrequencyBuffer& other) const;
+    bool operator!=(const vxFrequencyBuffer& other) const { return !(*this == other); }
 
     /// Allocated width, a power of two. Throws Uninitialized.
     [[nodiscard]] long width() const;

@@ -38,7 +38,7 @@ void vxFrequencyBuffer::store(vxArchive& archive) {
     const std::size_t floats = hasSamples ? static_cast<std::size_t>(sampleCount()) * 2 : 0;
     archiveFields(archive, currentVersion);
     archive || hasSamples;
-    vf_StoreFloats(archive, {data_, floats});
+    vf_StoreFloats(archive, data_, floats);
 }
 
 void vxFrequencyBuffer::load(vxArchive& archive, unsigned char version) {

@@ -241,12 +241,12 @@ void vf_InverseFFT(vxFrequencyBuffer& buffer, vxPelBuffer<double>& image,
     invert(doubleQuadrant, buffer, image, &quadrant, normalize, inPlace);
 }
 
-template <vx_Pel T>
+template <class T>
 void vfInverseFFT(vxFrequencyBuffer& buffer, vxPelBuffer<T>& image, bool normalize, bool inPlace) {
     vf_InverseFFT(buffer, image, static_cast<vxPelBuffer<double>*>(nullptr), normalize, inPlace);
 }
 
-template <vx_Pel T>
+template <class T>
 void vfInverseFFT(const vxFrequencyBuffer& buffer, vxPelBuffer<T>& image, bool normalize) {
     vfInverseFFT(vf_ReadOnly(buffer), image, normalize, false);
 }

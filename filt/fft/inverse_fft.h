@@ -43,9 +43,9 @@ VX_EXPORT void vf_InverseFFT(vxFrequencyBuffer& buffer, vxPelBuffer<double>& ima
                              vxPelBuffer<unsigned char>& quadrant, bool normalize, bool inPlace);
 
 /// Magnitude image, T = unsigned char, unsigned short or double.
-template <vx_Pel T>
+template <class T>
 VX_EXPORT void vfInverseFFT(vxFrequencyBuffer& buffer, vxPelBuffer<T>& image, bool normalize, bool inPlace);
-template <vx_Pel T>
+template <class T>
 VX_EXPORT void vfInverseFFT(const vxFrequencyBuffer& buffer, vxPelBuffer<T>& image, bool normalize);
 
 /// Real and imaginary image. Here a bound output takes the client transform, too.

@@ -31,7 +31,7 @@ vxFrequencyFilterBandPass& vxFrequencyFilterBandPass::operator=(const vxFrequenc
         profile_.drop(); // Deliberate: flag and parameters stay as they were.
         return *this;
     }
-    profile_ = vx_GainTable(other.profile_.gains());
+    profile_ = vx_GainTable(other.profile_.data(), other.profile_.size());
     fields_ = other.fields_;
     vxFrequencyFilter::operator=(other);
     return *this;
@@ -133,7 +133,7 @@ long vxFrequencyFilterBandPass::supportWidth() const {
 }
 
 const float* vxFrequencyFilterBandPass::data() const {
-    return profile_.gains().data();
+    return profile_.data();
 }
 
 void vxFrequencyFilterBandPass::dispatchSerialize(vxArchive& archive) {

@@ -32,7 +32,7 @@ vxFrequencyFilterBandReject::operator=(const vxFrequencyFilterBandReject& other)
         profile_.drop(); // Deliberate: flag and parameters stay as they were.
         return *this;
     }
-    profile_ = vx_GainTable(other.profile_.gains());
+    profile_ = vx_GainTable(other.profile_.data(), other.profile_.size());
     fields_ = other.fields_;
     vxFrequencyFilter::operator=(other);
     return *this;
@@ -134,7 +134,7 @@ long vxFrequencyFilterBandReject::supportWidth() const {
 }
 
 const float* vxFrequencyFilterBandReject::data() const {
-    return profile_.gains().data();
+    return profile_.data();
 }
 
 void vxFrequencyFilterBandReject::dispatchSerialize(vxArchive& archive) {

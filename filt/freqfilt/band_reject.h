@@ -49,6 +49,7 @@ public:
     /// Both are not built, or state, parameters and profile are equal. Values differ only when one is less or
     /// greater, so a NaN equals anything.
     bool operator==(const vxFrequencyFilterBandReject& other) const;
+    bool operator!=(const vxFrequencyFilterBandReject& other) const { return !(*this == other); }
 
     /// Builds the filter, always.
     void set(double sigma, double plateau, double frequency, const vxPair<long>& size,

@@ -1,5 +1,17 @@
 #include "filt/freqfilt/filter.h"
 
+#include "filt/freqfilt.h"
+
+#include <typeinfo>
+
+namespace {
+// Linkers take from a static library only what is referred to. This refers to every filter, so that whoever
+// has one of any type can load one of every type: they are registered where their type information is.
+[[gnu::used]] const std::type_info* const everyFilter[] = {
+    &typeid(vxFrequencyFilterBandPass), &typeid(vxFrequencyFilterBandReject), &typeid(vxFrequencyFilterGabor),
+    &typeid(vxFrequencyFilterGaborReject), &typeid(vxFrequencyFilterImage)};
+} // namespace
+
 vxFrequencyFilter::vxFrequencyFilter() = default;
 vxFrequencyFilter::~vxFrequencyFilter() = default;
 

@@ -34,7 +34,7 @@ vxFrequencyFilterGabor& vxFrequencyFilterGabor::operator=(const vxFrequencyFilte
         patch_.drop(); // Deliberate: flag and parameters stay as they were.
         return *this;
     }
-    patch_ = vx_GainTable(other.patch_.gains());
+    patch_ = vx_GainTable(other.patch_.data(), other.patch_.size());
     fields_ = other.fields_;
     vxFrequencyFilter::operator=(other);
     return *this;
@@ -150,7 +150,7 @@ long vxFrequencyFilterGabor::supportHeight() const {
 }
 
 const float* vxFrequencyFilterGabor::data() const {
-    return patch_.gains().data();
+    return patch_.data();
 }
 
 void vxFrequencyFilterGabor::dispatchSerialize(vxArchive& archive) {

@@ -51,6 +51,7 @@ public:
     /// Both are not built, or state, parameters and patch are equal. Values differ only when one is less or
     /// greater, so a NaN equals anything; the angle is compared as it is.
     bool operator==(const vxFrequencyFilterGabor& other) const;
+    bool operator!=(const vxFrequencyFilterGabor& other) const { return !(*this == other); }
 
     /// Builds the filter, always.
     void set(const vxPair<double>& sigma, const vxPair<double>& plateau, vxRadian angle, double frequency,

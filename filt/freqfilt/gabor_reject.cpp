@@ -36,7 +36,7 @@ vxFrequencyFilterGaborReject::operator=(const vxFrequencyFilterGaborReject& othe
         patch_.drop(); // Deliberate: flag and parameters stay as they were.
         return *this;
     }
-    patch_ = vx_GainTable(other.patch_.gains());
+    patch_ = vx_GainTable(other.patch_.data(), other.patch_.size());
     fields_ = other.fields_;
     vxFrequencyFilter::operator=(other);
     return *this;
@@ -153,7 +153,7 @@ long vxFrequencyFilterGaborReject::supportHeight() const {
 }
 
 const float* vxFrequencyFilterGaborReject::data() const {
-    return patch_.gains().data();
+    return patch_.data();
 }
 
 void vxFrequencyFilterGaborReject::dispatchSerialize(vxArchive& archive) {

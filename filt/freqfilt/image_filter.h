@@ -30,6 +30,7 @@ public:
 
     /// State and images are equal.
     bool operator==(const vxFrequencyFilterImage& other) const;
+    bool operator!=(const vxFrequencyFilterImage& other) const { return !(*this == other); }
 
     /// Keeps a copy of `image`. Throws Uninitialized when it has no samples; a refused call changes nothing,
     /// nor does one that finds no memory.

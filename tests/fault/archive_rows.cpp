@@ -42,12 +42,12 @@ std::vector<Row> valueRows() {
     add("std::vector<float>", std::vector<float>{1.0F, -0.0F, 3.0F}, std::vector<float>{9.0F});
     add("std::vector<float>", std::vector<float>(3000, 2.0F), std::vector<float>());
     rows.push_back(strong(
-        {"vf_StoreFloats(vxArchive& archive, std::span<const float> values)"}, "",
+        {"vf_StoreFloats(vxArchive& archive, const float* values, std::size_t count)"}, "",
         [] { return std::tuple(std::vector<float>(3000, 1.0F), Sink()); },
         [](const std::vector<float>& values, Sink& sink) {
             SinkStream stream(sink);
             vxOutputArchive archive(stream);
-            vf_StoreFloats(archive, values);
+            vf_StoreFloats(archive, values.data(), values.size());
         }));
     return rows;
 }

@@ -61,11 +61,12 @@ std::vector<Row> linearRows() {
             {"vxVector<2>::vxVector()", "vxVector<2>::vxVector(double x, double y)", "vxVector<2>::x() const",
              "vxVector<2>::y() const", "operator+(const vxVector& a, const vxVector& b)",
              "operator-(const vxVector& a, const vxVector& b)",
-             "operator==(const vxVector& a, const vxVector& b)"},
+             "operator==(const vxVector& a, const vxVector& b)",
+             "operator!=(const vxVector& a, const vxVector& b)"},
             "", [] { return std::tuple(vxVector<2>(), false); },
             [](vxVector<2>& vector, bool& result) {
                 vector = vector + vxVector<2>(2.0, 3.0) - vxVector<2>(vector.y(), vector.x());
-                result = vector == vxVector<2>(2.0, 3.0);
+                result = vector == vxVector<2>(2.0, 3.0) && vector != vxVector<2>();
             }),
         cannotFail(
             {"vxMatrix<2>::vxMatrix()",
@@ -74,12 +75,14 @@ std::vector<Row> linearRows() {
              "vxMatrix<2>::element(int row, int column) const", "vxMatrix<2>::determinant() const",
              "operator*(const vxMatrix& a, const vxMatrix& b)",
              "operator*(const vxMatrix& m, const vxVector<2>& v)",
-             "operator==(const vxMatrix& a, const vxMatrix& b)"},
+             "operator==(const vxMatrix& a, const vxMatrix& b)",
+             "operator!=(const vxMatrix& a, const vxMatrix& b)"},
             "", [=] { return std::tuple(matrix, vxVector<2>(), 0.0); },
             [](vxMatrix<2>& m, vxVector<2>& vector, double& result) {
                 m = m * vxMatrix<2>(vxRadian(0.1), vxRadian(0.2), 2.0, 3.0) * vxMatrix<2>(1.0, 2.0, 3.0, 4.0);
                 vector = m * vxVector<2>(1.0, 1.0);
-                result = m.element(1, 0) + m.determinant() + (m == vxMatrix<2>() ? 1.0 : 0.0);
+                result = m.element(1, 0) + m.determinant() + (m == vxMatrix<2>() ? 1.0 : 0.0) +
+                         (m != vxMatrix<2>() ? 2.0 : 0.0);
             }),
         cannotFail(
             {"vxXform<2>::vxXform()",
@@ -89,13 +92,14 @@ std::vector<Row> linearRows() {
              "vxXform<2>::matrix() const", "vxXform<2>::translation() const", "vxXform<2>::inverse() const",
              "operator*(const vxXform& xform, const vxVector<2>& v)",
              "operator*(const vxXform& a, const vxXform& b)",
-             "operator==(const vxXform& a, const vxXform& b)"},
+             "operator==(const vxXform& a, const vxXform& b)",
+             "operator!=(const vxXform& a, const vxXform& b)"},
             "", [=] { return std::tuple(xform, vxVector<2>(), false); },
             [](vxXform<2>& x, vxVector<2>& vector, bool& result) {
                 const vxXform<2> other({1.0, 2.0}, 3.0, 4.0, vxRadian(0.1), vxRadian(0.2));
                 vector = x * vector + other.translation();
                 x = vxXform<2>(other.matrix(), x.translation()) * x.inverse();
-                result = x == vxXform<2>();
+                result = x == vxXform<2>() || x != other;
             }),
         strong(
             {"vxXform<2>::inverse() const"}, "refused",
@@ -211,7 +215,7 @@ std::vector<Row> pelRows() {
             {writing + "vxPelBuffer" + sizes}, state, [] { return std::tuple(std::optional<Image>()); },
             [](std::optional<Image>& made) { made.emplace(5, 3, 64); }),
         strong(
-            {writing + "unset" + sizes, "vfPelSet(vxPelBuffer<T>& image, std::type_identity_t<T> value)"},
+            {writing + "unset" + sizes, "vfPelSet(vxPelBuffer<T>& image, std::common_type_t<T> value)"},
             state, [] { return std::tuple(Image()); },
             [](Image& made) {
                 Image pels = Image::unset(5, 3);
@@ -246,7 +250,7 @@ std::vector<Row> pelRows() {
                     base + "offset(long x, long y)",
                     base + "xformCache() const",
                     base + "copyXforms(const vx2XformCache& value)",
-                    "vfPelSet(vxPelBuffer<T>& image, std::type_identity_t<T> value)",
+                    "vfPelSet(vxPelBuffer<T>& image, std::common_type_t<T> value)",
                     "vfPelCopy(const vxPelBuffer_const<T>& source, vxPelBuffer<T>& destination)"},
                    state, make,
                    [](Image& pels, Image& copy, double& sum) {

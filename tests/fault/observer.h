@@ -52,7 +52,7 @@ public:
     void add(const Sink& sink) { add(std::string_view(sink.bytes.data(), sink.size)); }
     void add(const vx_GainTable& table) {
         add(table.isBuilt());
-        addAll(table.gains());
+        addAll(table);
     }
 
     template <class T>

@@ -331,11 +331,13 @@ std::vector<Row> accessRows() {
              buffer + "put" + places + "vxPair<double> value, bool centered)",
              buffer + "putReal" + places + "double value, bool centered)",
              buffer + "putImaginary" + places + "double value, bool centered)",
-             buffer + "operator==(const vxFrequencyBuffer& other) const"},
+             buffer + "operator==(const vxFrequencyBuffer& other) const",
+             buffer + "operator!=(const vxFrequencyBuffer& other) const"},
             from.name, [from] { return std::tuple(from.make(), from.make(), 0.0); },
             [](vxFrequencyBuffer& samples, const vxFrequencyBuffer& other, double& sum) {
                 sum =
                     static_cast<double>(samples.width() + samples.height()) + (samples == other ? 1.0 : 0.0);
+                sum += samples != other ? 2.0 : 0.0;
                 for (const bool centered : {false, true}) {
                     sum += samples.getReal(0, 1, centered) + samples.getImaginary(1, 0, centered);
                     samples.put(1, 1, samples.get(0, 0, centered), centered);
@@ -527,11 +529,13 @@ std::vector<Row> allocatorRows() {
             cannotFail(
                 {name + "vx_CacheLineAllocator()",
                  name + "vx_CacheLineAllocator(const vx_CacheLineAllocator<U>&)",
-                 name + "operator==(const vx_CacheLineAllocator<U>&) const"},
+                 name + "operator==(const vx_CacheLineAllocator<U>&) const",
+                 name + "operator!=(const vx_CacheLineAllocator<U>&) const"},
                 "", [] { return std::tuple(false); },
                 [](bool& same) {
                     const Allocator allocator;
-                    same = allocator == Allocator(vx_CacheLineAllocator<double>());
+                    const Allocator other{vx_CacheLineAllocator<double>()};
+                    same = allocator == other && !(allocator != other);
                 })};
 }
 

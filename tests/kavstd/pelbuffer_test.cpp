@@ -26,14 +26,8 @@
 
 namespace {
 
-template <class T>
-concept HasBuffers = requires {
-    typename vxPelBuffer<T>;
-    typename vxPelBuffer_const<T>;
-};
-static_assert(HasBuffers<unsigned char> && HasBuffers<unsigned short> && HasBuffers<double>);
-static_assert(!HasBuffers<int> && !HasBuffers<float> && !HasBuffers<signed char> &&
-              !HasBuffers<const double>);
+static_assert(vx_isPel<unsigned char> && vx_isPel<unsigned short> && vx_isPel<double>);
+static_assert(!vx_isPel<int> && !vx_isPel<float> && !vx_isPel<signed char> && !vx_isPel<const double>);
 
 template <class T>
 class PelBufferTest : public testing::Test {};

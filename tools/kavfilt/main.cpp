@@ -14,22 +14,8 @@ int report(int exitCode, const std::string& message) {
 }
 
 int run(int argc, char** argv) {
-    CLI::App program{"Frequency-domain image processing"};
-    program.name("kavfilt");
-    program.set_version_flag("--version", "kavfilt " KAV_VERSION);
-    program.require_subcommand(1);
-    program.footer(
-        "Images are PNG, TIFF or PGM files, up to 2048 x 2048 pels. \"kavfilt VERB --help\" tells more.\n"
-        "Exit codes: 0 done, 1 out of memory, 2 wrong usage, 3 unreadable or unsupported input,\n"
-        "4 cannot write or exists, 130 interrupted.");
-    addFilterVerb(program);
-    addSaveVerb(program);
-    addSpectrumVerb(program);
-    addCorrelateVerb(program);
-    addConvolveVerb(program);
-    addInfoVerb(program);
-    addSuggestVerb(program);
-    addDemoVerb(program);
+    CLI::App program;
+    describe(program);
     try {
         program.parse(argc, argv);
     } catch (const CLI::Success& helpOrVersion) {

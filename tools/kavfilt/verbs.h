@@ -5,6 +5,9 @@
 
 #include <CLI/CLI.hpp>
 
+/// All of the program: its name, its options and every verb.
+void describe(CLI::App& program);
+
 void addFilterVerb(CLI::App& program);
 void addSaveVerb(CLI::App& program);
 void addInfoVerb(CLI::App& program);

@@ -39,14 +39,14 @@ template <class Fields>
 template <class Fields>
 void vf_BuildProfile(const Fields& fields, const vx_FilterKind& kind, vx_GainTable& profile) {
     profile.resize(vf_EntryCount(fields.supportWidth, fields.samplesPerBin));
-    vf_SampleProfile(fields.sigma, fields.plateau, fields.size.x(), kind, profile.gains());
+    vf_SampleProfile(fields.sigma, fields.plateau, fields.size.x(), kind, profile);
 }
 
 template <class Fields>
 void vf_ApplyBand(const Fields& fields, const vx_GainTable& profile, const vx_FilterKind& kind,
                   const vxFrequencyBuffer& in, vxFrequencyBuffer& out, vx_ResultSize resultSize) {
     vf_CheckOperand(in, profile, fields.size);
-    vx_Ring ring(fields.frequency, fields.supportWidth, profile.gains(), fields.size);
+    vx_Ring ring(fields.frequency, fields.supportWidth, profile, fields.size);
     vf_ApplyShape(std::move(ring), kind, fields.dcRadius, vx_MarkedRows{}, in, out, resultSize);
 }
 
@@ -58,7 +58,7 @@ template <class Fields>
     }
     return a.supportWidth == b.supportWidth && a.samplesPerBin == b.samplesPerBin &&
            vf_Same(a.frequency, b.frequency) && vf_Same(a.sigma, b.sigma) && vf_Same(a.plateau, b.plateau) &&
-           a.size == b.size && a.dcRadius == b.dcRadius && vf_Same(aProfile.gains(), bProfile.gains());
+           a.size == b.size && a.dcRadius == b.dcRadius && vf_Same(aProfile, bProfile);
 }
 
 template <class Fields>
@@ -76,7 +76,7 @@ void vf_ArchiveBand(vxArchive& archive, Fields& fields, vx_GainTable& profile) {
             archive.refuse("filter samples per bin");
         }
         vf_AcceptParameters(archive, staged.frequency, staged.size, staged.dcRadius);
-        vf_AcceptEntryCount(archive, loaded.gains().size(), staged.supportWidth, staged.samplesPerBin);
+        vf_AcceptEntryCount(archive, loaded.size(), staged.supportWidth, staged.samplesPerBin);
     }
     vf_CommitLoad(archive, fields, profile, staged, std::move(loaded));
 }

@@ -42,7 +42,7 @@ template <class Fields>
 template <class Fields>
 void vf_BuildPatch(const Fields& fields, const vx_FilterKind& kind, std::size_t spare, vx_GainTable& patch) {
     patch.resize(vf_EntryCount(fields.supportWidth, fields.supportHeight), spare);
-    vf_SampleLobe(vf_LobeOf(fields), vf_SupportOf(fields), kind, patch.gains());
+    vf_SampleLobe(vf_LobeOf(fields), vf_SupportOf(fields), kind, patch);
 }
 
 /// `marksRows`: the result is marked to be confined to the rows of the lobe.
@@ -50,7 +50,7 @@ template <class Fields>
 void vf_ApplyGabor(const Fields& fields, const vx_GainTable& patch, const vx_FilterKind& kind, bool marksRows,
                    const vxFrequencyBuffer& in, vxFrequencyBuffer& out, vx_ResultSize resultSize) {
     vf_CheckOperand(in, patch, fields.size);
-    const vx_Lobe lobe(vf_LobeOf(fields), vf_SupportOf(fields), patch.gains());
+    const vx_Lobe lobe(vf_LobeOf(fields), vf_SupportOf(fields), patch);
     const vx_MarkedRows band = marksRows ? lobe.rowBand() : vx_MarkedRows{};
     vf_ApplyShape(lobe, kind, fields.dcRadius, band, in, out, resultSize);
 }
@@ -63,7 +63,7 @@ template <class Fields>
     }
     return vf_SupportOf(a) == vf_SupportOf(b) && a.angle == b.angle && vf_Same(a.frequency, b.frequency) &&
            vf_Same(a.sigma, b.sigma) && vf_Same(a.plateau, b.plateau) && a.size == b.size &&
-           a.dcRadius == b.dcRadius && vf_Same(aPatch.gains(), bPatch.gains());
+           a.dcRadius == b.dcRadius && vf_Same(aPatch, bPatch);
 }
 
 template <class Fields>
@@ -79,7 +79,7 @@ void vf_ArchiveGabor(vxArchive& archive, Fields& fields, vx_GainTable& patch) {
         vf_AcceptSupport(archive, staged.supportWidth);
         vf_AcceptSupport(archive, staged.supportHeight);
         vf_AcceptParameters(archive, staged.frequency, staged.size, staged.dcRadius);
-        vf_AcceptEntryCount(archive, loaded.gains().size(), staged.supportWidth, staged.supportHeight);
+        vf_AcceptEntryCount(archive, loaded.size(), staged.supportWidth, staged.supportHeight);
     }
     vf_CommitLoad(archive, fields, patch, staged, std::move(loaded));
 }

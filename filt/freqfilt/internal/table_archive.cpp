@@ -6,7 +6,7 @@
 
 vx_GainTable vf_ArchiveTable(vxArchive& archive, const vx_GainTable& stored) {
     bool hasTable = stored.isBuilt();
-    std::vector<float> entries(stored.gains().begin(), stored.gains().end());
+    std::vector<float> entries(stored.begin(), stored.end());
     archive || hasTable || entries;
     if (!archive.isLoading() || !hasTable) {
         return {};
@@ -14,7 +14,7 @@ vx_GainTable vf_ArchiveTable(vxArchive& archive, const vx_GainTable& stored) {
     if (entries.empty()) {
         archive.refuse("filter table without entries");
     }
-    return vx_GainTable(entries);
+    return {entries.data(), entries.size()};
 }
 
 void vf_AcceptSupport(vxArchive& archive, long supportSize) {

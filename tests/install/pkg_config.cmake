@@ -1,0 +1,60 @@
+# Consumers without a build system: one compiler line each with what pkg-config says. Every header compiles by itself
+# with strict warnings, every exception class is caught by type, a filter is loaded from a file, the examples run.
+#   -D prefix= libdir= filter= pkg_config= compiler= standard= sources= work= [examples=A|B...] [static=ON]
+cmake_minimum_required(VERSION 3.25)
+file(MAKE_DIRECTORY "${work}")
+set(ENV{PKG_CONFIG_PATH} "${prefix}/${libdir}/pkgconfig")
+set(ENV{LD_LIBRARY_PATH} "${prefix}/${libdir}")
+
+function(pkg_config result)
+    execute_process(COMMAND "${pkg_config}" ${ARGN} kavfilt OUTPUT_VARIABLE words OUTPUT_STRIP_TRAILING_WHITESPACE
+        COMMAND_ERROR_IS_FATAL ANY)
+    separate_arguments(words UNIX_COMMAND "${words}")
+    set(${result} "${words}" PARENT_SCOPE)
+endfunction()
+pkg_config(flags --cflags)
+pkg_config(libraries --libs)
+if(static)
+    pkg_config(libraries --libs --static)
+endif()
+set(compile "${compiler}" -std=c++${standard} -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror ${flags})
+
+file(GLOB_RECURSE headers RELATIVE "${prefix}/include" "${prefix}/include/*.h")
+set(units "")
+foreach(header IN LISTS headers)
+    string(MAKE_C_IDENTIFIER "${header}" name)
+    file(WRITE "${work}/${name}.cpp" "#include <${header}>\n#include <${header}>\n")
+    list(APPEND units "${work}/${name}.cpp")
+
+    # Each exception class has a line in the program that catches them.
+    file(READ "${prefix}/include/${header}" text)
+    string(REGEX REPLACE "//[^\n]*" "" text "${text}")
+    file(READ "${sources}/exceptions.cpp" program)
+    string(REGEX MATCHALL "class VX_EXPORT [A-Za-z0-9_:]+ : public (std::|vx_ConcreteError<|vxExc|vxFrequencyDefs::Er)"
+        classes "${text}")
+    foreach(class IN LISTS classes)
+        string(REGEX REPLACE "class VX_EXPORT ([A-Za-z0-9_:]+) .*" "\\1" class "${class}")
+        if(NOT class STREQUAL "vx_ConcreteError" AND NOT program MATCHES "[(<]${class}[,>]")
+            message(SEND_ERROR "no line for ${class} in exceptions.cpp")
+        endif()
+    endforeach()
+endforeach()
+list(LENGTH units count)
+if(count LESS 20)
+    message(FATAL_ERROR "only ${count} headers in ${prefix}/include")
+endif()
+execute_process(COMMAND ${compile} -fsyntax-only ${units} COMMAND_ERROR_IS_FATAL ANY)
+message("${count} headers compile alone")
+
+function(build_and_run name source)
+    execute_process(COMMAND ${compile} -fvisibility=hidden -fvisibility-inlines-hidden "${source}" -o "${work}/${name}"
+        ${libraries} -pthread COMMAND_ERROR_IS_FATAL ANY)
+    execute_process(COMMAND "${work}/${name}" ${ARGN} WORKING_DIRECTORY "${work}" COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+build_and_run(exceptions "${sources}/exceptions.cpp")
+build_and_run(load_filter "${sources}/load_filter.cpp" "${filter}")
+string(REPLACE "|" ";" examples "${examples}")
+foreach(example IN LISTS examples)
+    cmake_path(GET example STEM name)
+    build_and_run(${name} "${example}")
+endforeach()
