@@ -13,6 +13,8 @@ bench_packages="$build_packages pkg-config libbenchmark-dev libfftw3-dev libopen
 identity_packages="g++ cmake ninja-build binutils clang g++-aarch64-linux-gnu qemu-user-static"
 check_packages="$test_packages git clang libclang-rt-dev clang-format clang-tidy cppcheck"
 memcheck_packages="$test_packages valgrind"
+package_packages="$build_packages pkg-config dpkg-dev file lintian man-db"
+abi_packages="g++ cmake ninja-build abigail-tools"
 
 # need_packages NAME...: installs those that are missing, as root or through sudo. Without a network it succeeds as long
 # as nothing is missing.

@@ -300,11 +300,11 @@ TEST(FloatArray, IsStoredFromAnyFloats) {
     }
     std::ostringstream stream;
     vxOutputArchive archive(stream);
-    vf_StoreFloats(archive, values);
+    vf_StoreFloats(archive, values.data(), values.size());
     EXPECT_EQ(stream.str(), stored(values));
     std::istringstream input(stream.str());
     vxInputArchive loading(input);
-    EXPECT_THROW(vf_StoreFloats(loading, values), vxAssertionFailure);
+    EXPECT_THROW(vf_StoreFloats(loading, values.data(), values.size()), vxAssertionFailure);
 }
 
 TEST(FloatArray, AHugeCountInAShortFileIsTheEndOfTheData) {

@@ -1,0 +1,22 @@
+# Before the packages are made: to each its changelog, its copyright and what lintian has to know; everything that is
+# documentation compressed, as Debian has it.
+cmake_minimum_required(VERSION 3.25)
+set(packages "library=${CPACK_DEBIAN_LIBRARY_PACKAGE_NAME}" "development=${CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME}"
+    "tool=${CPACK_DEBIAN_TOOL_PACKAGE_NAME}")
+foreach(package IN LISTS packages)
+    string(REGEX MATCH "^(.*)=(.*)$" package "${package}")
+    set(component "${CMAKE_MATCH_1}")
+    set(name "${CMAKE_MATCH_2}")
+    set(usr "${CPACK_TEMPORARY_INSTALL_DIRECTORY}/${component}/usr")
+    if(NOT IS_DIRECTORY "${usr}")
+        message(FATAL_ERROR "nothing was installed to ${usr}")
+    endif()
+    set(documents "${usr}/share/doc/${name}")
+    file(COPY "${CMAKE_CURRENT_LIST_DIR}/changelog" "${CMAKE_CURRENT_LIST_DIR}/copyright" DESTINATION "${documents}")
+    if(EXISTS "${CMAKE_CURRENT_LIST_DIR}/${component}.overrides")
+        file(COPY "${CMAKE_CURRENT_LIST_DIR}/${component}.overrides" DESTINATION "${usr}/share/lintian/overrides")
+        file(RENAME "${usr}/share/lintian/overrides/${component}.overrides" "${usr}/share/lintian/overrides/${name}")
+    endif()
+    file(GLOB compressed "${usr}/share/man/man*/*.[0-9]" "${documents}/changelog")
+    execute_process(COMMAND gzip -9nf ${compressed} COMMAND_ERROR_IS_FATAL ANY)
+endforeach()
