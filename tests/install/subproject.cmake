@@ -17,7 +17,7 @@ if(installed)
     message(FATAL_ERROR "the subproject installs: ${installed}")
 endif()
 
-execute_process(COMMAND ${configure} -D KAV_INSTALL=ON OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+execute_process(COMMAND ${configure} -D KAV_INSTALL=ON -D "CMAKE_INSTALL_LIBDIR=${libdir}" OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
 execute_process(COMMAND "${CMAKE_COMMAND}" --build "${work}/build" --parallel 2 OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
 execute_process(COMMAND "${CMAKE_COMMAND}" --install "${work}/build" --prefix "${work}/elsewhere"
     OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
