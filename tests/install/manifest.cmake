@@ -3,6 +3,7 @@ cmake_minimum_required(VERSION 3.25)
 file(GLOB_RECURSE found LIST_DIRECTORIES FALSE RELATIVE "${prefix}" "${prefix}/*")
 list(TRANSFORM found REPLACE "^${libdir}/" "lib/")
 list(TRANSFORM found REPLACE "kavfiltTargets-[a-z]+\\.cmake$" "kavfiltTargets-<build type>.cmake")
+list(TRANSFORM found REPLACE "kavfilt-[a-z-]+\\.1$" "kavfilt-<verb>.1") # manual.cmake knows the verbs.
 file(STRINGS "${manifest}" expected)
 foreach(file IN LISTS expected)
     if(NOT file IN_LIST found)
