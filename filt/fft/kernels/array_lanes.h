@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 
 template <class T, std::size_t n>
 struct vx_Array {
@@ -66,6 +67,23 @@ struct vx_ArrayLanes {
     }
     [[gnu::always_inline]] static D loadDoubles(const double* from) noexcept {
         return vf_EachLane<double, n / 2>([from](std::size_t i) { return from[i]; });
+    }
+    [[gnu::always_inline]] static V narrowed(const D& low, const D& high) noexcept {
+        return vf_EachLane<float, n>([&](std::size_t i) {
+            return static_cast<float>(i < n / 2 ? low.lane[i] : high.lane[i - n / 2]);
+        });
+    }
+    [[gnu::always_inline]] static D powerOfTwo(const D& v) noexcept {
+        return vf_EachLane<double, n / 2>([&](std::size_t i) {
+            return __builtin_bit_cast(double, __builtin_bit_cast(std::uint64_t, v.lane[i]) << 52);
+        });
+    }
+    [[gnu::always_inline]] static bool equal(const V& a, const V& b) noexcept {
+        bool all = true;
+        for (std::size_t i = 0; i < n; ++i) {
+            all = all && a.lane[i] == b.lane[i];
+        }
+        return all;
     }
     template <class T, std::size_t m>
     [[gnu::always_inline]] static void store(T* to, const vx_Array<T, m>& v) noexcept {

@@ -23,15 +23,17 @@ struct Lanes : vx_X86Lanes<Lanes, Vector, DoubleVector> {
         return _mm256_cvtepi32_ps(
             _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(pels))));
     }
-    static V load(const double* pels) noexcept {
-        return _mm256_set_m128(_mm256_cvtpd_ps(_mm256_loadu_pd(pels + 4)),
-                               _mm256_cvtpd_ps(_mm256_loadu_pd(pels)));
+    static V narrowed(D low, D high) noexcept {
+        return _mm256_set_m128(_mm256_cvtpd_ps(high), _mm256_cvtpd_ps(low));
     }
     static V sqrt(V v) noexcept { return _mm256_sqrt_ps(v); }
     static V lesser(V a, V b) noexcept { return _mm256_min_ps(a, b); }
     static V greater(V a, V b) noexcept { return _mm256_max_ps(a, b); }
     static D lesser(D a, D b) noexcept { return _mm256_min_pd(a, b); }
     static D greater(D a, D b) noexcept { return _mm256_max_pd(a, b); }
+    static bool equal(V a, V b) noexcept {
+        return _mm256_movemask_ps(_mm256_cmp_ps(a, b, _CMP_EQ_OQ)) == 0xff;
+    }
     static bool fitIntegers(V v) noexcept {
         const V limit = _mm256_set1_ps(0x1p31F);
         const V below = _mm256_cmp_ps(v, limit, _CMP_LT_OQ);

@@ -24,15 +24,16 @@ struct Lanes : vx_X86Lanes<Lanes, Vector, DoubleVector> {
         return fromIntegers(_mm512_maskz_cvtepu16_epi32(
             everyLane, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(pels))));
     }
-    static V load(const double* pels) noexcept {
-        const __m512 low = _mm512_castps256_ps512(eightOf(pels));
-        return _mm512_maskz_insertf32x8(everyLane, low, eightOf(pels + 8), 1);
+    static V narrowed(D low, D high) noexcept {
+        const V both = _mm512_castps256_ps512(_mm512_maskz_cvtpd_ps(0xff, low));
+        return _mm512_maskz_insertf32x8(everyLane, both, _mm512_maskz_cvtpd_ps(0xff, high), 1);
     }
     static V sqrt(V v) noexcept { return _mm512_maskz_sqrt_ps(everyLane, v); }
     static V lesser(V a, V b) noexcept { return _mm512_maskz_min_ps(everyLane, a, b); }
     static V greater(V a, V b) noexcept { return _mm512_maskz_max_ps(everyLane, a, b); }
     static D lesser(D a, D b) noexcept { return _mm512_maskz_min_pd(0xff, a, b); }
     static D greater(D a, D b) noexcept { return _mm512_maskz_max_pd(0xff, a, b); }
+    static bool equal(V a, V b) noexcept { return _mm512_cmp_ps_mask(a, b, _CMP_EQ_OQ) == everyLane; }
     static bool fitIntegers(V v) noexcept {
         const V limit = _mm512_set1_ps(0x1p31F);
         const __mmask16 below = _mm512_cmp_ps_mask(v, limit, _CMP_LT_OQ);
@@ -60,9 +61,6 @@ struct Lanes : vx_X86Lanes<Lanes, Vector, DoubleVector> {
 private:
     static __m512i truncated(V v) noexcept { return _mm512_maskz_cvttps_epi32(everyLane, v); }
     static V fromIntegers(__m512i integers) noexcept { return _mm512_maskz_cvtepi32_ps(everyLane, integers); }
-    static __m256 eightOf(const double* pels) noexcept {
-        return _mm512_maskz_cvtpd_ps(0xff, _mm512_loadu_pd(pels));
-    }
 };
 } // namespace
 

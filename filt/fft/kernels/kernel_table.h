@@ -115,6 +115,28 @@ struct vx_RingRow {
     const float* profile;
 };
 
+/// A row of a Gaussian lobe with a flat top. The entry of column i is (along[i] + alongShift,
+/// across[i] + acrossShift) away from the lobe's middle, in its own axes; it is that of the exponent
+///
+///     max(|u| - alongPlateau, 0)^2 * alongFactor + max(|v| - acrossPlateau, 0)^2 * acrossFactor
+///
+/// which is NaN or at most 0. Rows are read up to vx_LobeBlock columns, which the arrays must have.
+struct vx_LobeRow {
+    const double* along;
+    const double* across;
+    double alongShift;
+    double acrossShift;
+    double alongPlateau;
+    double acrossPlateau;
+    double alongFactor;
+    double acrossFactor;
+    bool complement;                  ///< The gain is 1 minus the lobe.
+    float (*gainAt)(double exponent); ///< The gain as the maths library's exp gives it.
+};
+
+/// Columns of a row of a lobe that are computed at once.
+inline constexpr std::size_t vx_LobeBlock = 256;
+
 /// Loops over interleaved samples, or over pels. An output is one of the inputs or shares nothing with them.
 struct vx_ElementKernels {
     /// out = b * a, b + a, b - a.
@@ -128,6 +150,9 @@ struct vx_ElementKernels {
 
     /// The gains of `count` columns of a ring from `begin` on.
     void (*ringGains)(const vx_RingRow& row, std::int32_t begin, std::int32_t count, float* gains);
+
+    /// The gains of the first `count` columns of a lobe, those that gainAt would give.
+    void (*lobeGains)(const vx_LobeRow& row, std::size_t count, float* gains);
 
     /// One part of each sample, scaled; its magnitude as vx_PelKernels has it.
     void (*realParts)(const float* samples, std::size_t count, float scale, double* pels);

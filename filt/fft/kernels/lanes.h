@@ -6,8 +6,11 @@
 ///     load, store         from and to memory of any alignment
 ///     fill(float)         the same in every lane
 ///     lesser, greater     of two vectors lane by lane; of two zeros, or with a NaN, the second
-///     D                   a vector of half as many doubles, with the same but unary -, fill(double) and
+///     D                   a vector of half as many doubles, with the same, fill(double) and
 ///     loadDoubles         from memory of any alignment
+///     narrowed            two vectors of doubles rounded to one of floats
+///     powerOfTwo(D)       2^n of n + 0x1.8p52 + 1023, which has the exponent's bits lowest
+///     equal               whether two vectors are equal in every lane
 ///     shuffle<Pattern>    lane i becomes lane Pattern::lane(i) of the 2 * count lanes of a pair
 ///
 /// Sets are local to their units, and so is whatever is a template on a set. All code of a unit must be that
@@ -16,6 +19,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <utility>
 
@@ -35,6 +39,10 @@ struct vx_VectorLanes {
         D v;
         std::memcpy(&v, from, sizeof v);
         return v;
+    }
+    static D powerOfTwo(D n) noexcept {
+        using Integers = decltype(D() == D());
+        return __builtin_bit_cast(D, __builtin_bit_cast(Integers, n) << 52);
     }
     static void store(float* to, V v) noexcept { std::memcpy(to, &v, sizeof v); }
     static void store(double* to, D v) noexcept { std::memcpy(to, &v, sizeof v); }

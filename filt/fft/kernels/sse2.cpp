@@ -23,14 +23,13 @@ struct Lanes : vx_X86Lanes<Lanes, Vector, DoubleVector> {
     static V load(const unsigned short* pels) noexcept {
         return fromShorts(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(pels)));
     }
-    static V load(const double* pels) noexcept {
-        return _mm_movelh_ps(_mm_cvtpd_ps(_mm_loadu_pd(pels)), _mm_cvtpd_ps(_mm_loadu_pd(pels + 2)));
-    }
+    static V narrowed(D low, D high) noexcept { return _mm_movelh_ps(_mm_cvtpd_ps(low), _mm_cvtpd_ps(high)); }
     static V sqrt(V v) noexcept { return _mm_sqrt_ps(v); }
     static V lesser(V a, V b) noexcept { return _mm_min_ps(a, b); }
     static V greater(V a, V b) noexcept { return _mm_max_ps(a, b); }
     static D lesser(D a, D b) noexcept { return _mm_min_pd(a, b); }
     static D greater(D a, D b) noexcept { return _mm_max_pd(a, b); }
+    static bool equal(V a, V b) noexcept { return _mm_movemask_ps(_mm_cmpeq_ps(a, b)) == 0xf; }
     static bool fitIntegers(V v) noexcept {
         const V limit = _mm_set1_ps(0x1p31F);
         return _mm_movemask_ps(_mm_and_ps(_mm_cmplt_ps(v, limit), _mm_cmpge_ps(v, -limit))) == 0xf;

@@ -7,12 +7,17 @@
 
 #include <cstddef>
 
-/// `Set` adds load() from pels; sqrt(V), lesser(V, V) and greater(V, V); fitIntegers(V), whether all lanes
-/// fit 32-bit integers; narrow(V, pels) for both kinds of integers, which truncates to 32 bits and then to
-/// the pel; and widen(V, double*).
+/// `Set` adds load() from integer pels; narrowed(D, D); sqrt(V), lesser(V, V) and greater(V, V); equal(V, V);
+/// fitIntegers(V), whether all lanes fit 32-bit integers; narrow(V, pels) for both kinds of integers, which
+/// truncates to 32 bits and then to the pel; and widen(V, double*).
 template <class Set, class Vector, class DoubleVector>
 struct vx_X86Lanes : vx_VectorLanes<Set, Vector, DoubleVector> {
     using Base = vx_VectorLanes<Set, Vector, DoubleVector>;
+
+    using Base::load;
+    static Vector load(const double* pels) noexcept {
+        return Set::narrowed(Base::loadDoubles(pels), Base::loadDoubles(pels + Base::count / 2));
+    }
 
     /// The first `pels` lanes as integers.
     static void storeLowBits(unsigned char* to, Vector v, std::size_t pels) noexcept {

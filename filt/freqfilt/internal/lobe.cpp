@@ -1,5 +1,6 @@
 #include "filt/freqfilt/internal/lobe.h"
 
+#include "filt/fft/kernels/instruction_sets.h"
 #include "filt/freqfilt/internal/checks.h"
 #include "filt/freqfilt/internal/row.h"
 #include "filt/internal/centred.h"
@@ -19,12 +20,6 @@ double aspectOf(const vxPair<long>& size) {
 
 double truncated(double value) {
     return static_cast<double>(vf_Truncate(value));
-}
-
-// The squared distance from the flat top, along one of the lobe's axes.
-double squaredDistance(double offset, double plateau) {
-    const double distance = std::max(std::fabs(offset) - plateau, 0.0);
-    return distance * distance;
 }
 } // namespace
 
@@ -73,15 +68,31 @@ void vf_SampleLobe(const vx_LobeParameters& lobe, const vxPair<long>& support, c
     const double m11 = xform.matrix().element(1, 1);
     const long halfWidth = support.x() >> 1;
     const long halfHeight = support.y() >> 1;
-    float* entry = patch.data();
-    for (long j = -halfHeight; j <= halfHeight; ++j) {
-        const double y = (static_cast<double>(j) - oy) / aspect;
-        for (long i = -halfWidth; i <= halfWidth; ++i) {
-            // xform * (x, y), written out for speed. The translation is zero.
-            const double x = static_cast<double>(i) - ox;
-            const double exponent =
-                squaredDistance(m00 * x + m01 * y, px) * kx + squaredDistance(m10 * x + m11 * y, py) * ky;
-            *entry++ = kind.gainAt(exponent);
+    // xform * (x, y), written out: the translation is zero, and what x adds is the same in every row.
+    std::array<double, vx_LobeBlock> along = {};
+    std::array<double, vx_LobeBlock> across = {};
+    vx_LobeRow row = {.along = along.data(),
+                      .across = across.data(),
+                      .alongShift = 0.0,
+                      .acrossShift = 0.0,
+                      .alongPlateau = px,
+                      .acrossPlateau = py,
+                      .alongFactor = kx,
+                      .acrossFactor = ky,
+                      .complement = kind.complement,
+                      .gainAt = kind.gainAt};
+    for (long first = 0; first < support.x(); first += static_cast<long>(vx_LobeBlock)) {
+        const auto columns = std::min(vx_LobeBlock, static_cast<std::size_t>(support.x() - first));
+        for (std::size_t i = 0; i < columns; ++i) {
+            const double x = static_cast<double>(first + static_cast<long>(i) - halfWidth) - ox;
+            along[i] = m00 * x;
+            across[i] = m10 * x;
+        }
+        for (long j = 0; j < support.y(); ++j) {
+            const double y = (static_cast<double>(j - halfHeight) - oy) / aspect;
+            row.alongShift = m01 * y;
+            row.acrossShift = m11 * y;
+            vf_Elements().lobeGains(row, columns, patch.data() + (j * support.x() + first));
         }
     }
 }

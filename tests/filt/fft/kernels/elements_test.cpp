@@ -243,4 +243,152 @@ TEST(Elements, FindTheGainsOfARing) {
     });
 }
 
+// As the filters have them: a pass filter's and a reject filter's.
+float passGain(double exponent) {
+    return static_cast<float>(std::exp(exponent));
+}
+float rejectGain(double exponent) {
+    return static_cast<float>(1.0 - std::exp(exponent));
+}
+
+// Rows whose exponents are -(along[i] * along[i]).
+vx_LobeRow lobeRow(const std::vector<double>& along, const std::vector<double>& zeros, bool complement) {
+    return {.along = along.data(),
+            .across = zeros.data(),
+            .alongShift = 0.0,
+            .acrossShift = 0.0,
+            .alongPlateau = 0.0,
+            .acrossPlateau = 0.0,
+            .alongFactor = -1.0,
+            .acrossFactor = -1.0,
+            .complement = complement,
+            .gainAt = complement ? rejectGain : passGain};
+}
+
+/// The gains of both kinds where the exponents are -(a * a), for any number of values a.
+void expectLobeGains(std::vector<double> along) {
+    const std::size_t count = along.size();
+    along.resize((count / vx_LobeBlock + 1) * vx_LobeBlock);
+    const std::vector<double> zeros(vx_LobeBlock);
+    for (const bool complement : {false, true}) {
+        vx_LobeRow row = lobeRow(along, zeros, complement);
+        Matrix expected;
+        for (std::size_t i = 0; i < count; ++i) {
+            expected.push_back(row.gainAt(-(along[i] * along[i])));
+        }
+        Matrix gains(count + 1, 7.0F);
+        for (std::size_t first = 0; first < count; first += vx_LobeBlock) {
+            row.along = along.data() + first;
+            vf_Elements().lobeGains(row, std::min(vx_LobeBlock, count - first), gains.data() + first);
+        }
+        EXPECT_EQ(gains[count], 7.0F);
+        gains.resize(count);
+        ASSERT_TRUE(sameBits(gains, expected)) << complement;
+    }
+}
+
+TEST(Elements, FindTheGainsOfALobe) {
+    const auto distance = [](double at, double plateau) { return std::max(std::fabs(at) - plateau, 0.0); };
+    std::mt19937 generator(3);
+    std::vector<double> along;
+    std::vector<double> across;
+    for (std::size_t i = 0; i < vx_LobeBlock; ++i) {
+        along.push_back(static_cast<double>(kernel_data::noise(generator)) * 20.0);
+        across.push_back(static_cast<double>(kernel_data::noise(generator)) * 20.0);
+    }
+    forEachInstructionSet([&] {
+        for (std::size_t count = 0; count <= vx_LobeBlock; count += count < mostSamples ? 1 : 53) {
+            for (const bool complement : {false, true}) {
+                const vx_LobeRow row = {.along = along.data(),
+                                        .across = across.data(),
+                                        .alongShift = 0.7,
+                                        .acrossShift = -2.9,
+                                        .alongPlateau = 3.5,
+                                        .acrossPlateau = 0.25,
+                                        .alongFactor = -0.3,
+                                        .acrossFactor = -0.04,
+                                        .complement = complement,
+                                        .gainAt = complement ? rejectGain : passGain};
+                Matrix expected;
+                for (std::size_t i = 0; i < count; ++i) {
+                    const double u = distance(along[i] + 0.7, 3.5);
+                    const double v = distance(across[i] - 2.9, 0.25);
+                    expected.push_back(row.gainAt(u * u * -0.3 + v * v * -0.04));
+                }
+                Matrix gains(count + 1, 7.0F);
+                vf_Elements().lobeGains(row, count, gains.data());
+                EXPECT_EQ(gains[count], 7.0F);
+                gains.resize(count);
+                ASSERT_TRUE(sameBits(gains, expected)) << count;
+            }
+        }
+    });
+}
+
+TEST(Elements, LobesHaveTheGainsOfTheMathsLibrary) {
+    std::vector<double> along = {0.0,         5e-324,  1e-300,
+                                 0x1p-30,     0x1p-27, 0x1p-20,
+                                 1e154,       1e200,   std::numeric_limits<double>::infinity(),
+                                 std::nan("")};
+    // Down to the least denormal float, the least denormal double and beyond.
+    for (const double exponent : {87.33, 87.34, 88.0, 103.27, 103.28, 103.97, 103.98, 104.0, 104.99, 105.0,
+                                  105.01, 150.0, 708.0, 709.0, 745.13, 745.14, 746.0, 1e4}) {
+        along.push_back(std::sqrt(exponent));
+    }
+    std::mt19937 generator(4);
+    for (int i = 0; i < 20000; ++i) {
+        // Evenly spread exponents, and those of every magnitude.
+        const double x = std::fabs(static_cast<double>(kernel_data::noise(generator)));
+        along.push_back(std::sqrt(x * 106.0));
+        along.push_back(std::ldexp(0.5 + x, static_cast<int>(generator() % 40) - 35));
+    }
+    forEachInstructionSet([&] { expectLobeGains(along); });
+}
+
+// Where two floats are equally near, and at the ends of the range within which the lobe is known there.
+TEST(Elements, LobesHaveTheGainsOfTheMathsLibraryBetweenTwoFloats) {
+    std::mt19937 generator(5);
+    std::vector<double> along;
+    for (int i = 0; i < 3000; ++i) {
+        const float low = std::ldexp(1.0F + std::fabs(kernel_data::noise(generator)),
+                                     -1 - static_cast<int>(generator() % 149));
+        const float high = std::nextafter(low, 1.0F);
+        const double middle = (static_cast<double>(low) + static_cast<double>(high)) / 2.0;
+        for (const double exponent : {std::log(middle), std::log1p(-middle)}) {
+            for (const double off :
+                 {0.0, 0x1p-52, 0x1p-46, 0x1.cp-41, 0x1.8p-40, 0x1.ep-40, 0x1.1p-39, 0x1p-38}) {
+                along.push_back(std::sqrt(-exponent + off));
+                along.push_back(std::sqrt(std::max(-exponent - off, 0.0)));
+            }
+        }
+    }
+    forEachInstructionSet([&] { expectLobeGains(along); });
+}
+
+// Otherwise building a filter would be as slow as the maths library's exp.
+TEST(Elements, LobesHardlyAskTheMathsLibrary) {
+    static int asked = 0;
+    std::vector<double> along;
+    for (std::size_t i = 0; i < vx_LobeBlock; ++i) {
+        along.push_back(0.01 * static_cast<double>(i + 1));
+    }
+    const std::vector<double> zeros(vx_LobeBlock);
+    forEachInstructionSet([&] {
+        asked = 0;
+        for (const bool complement : {false, true}) {
+            vx_LobeRow row = lobeRow(along, zeros, complement);
+            row.gainAt = [](double exponent) {
+                ++asked;
+                return static_cast<float>(exponent);
+            };
+            Matrix gains(vx_LobeBlock);
+            for (int shift = 0; shift < 100; ++shift) {
+                row.alongShift = 0.0001 * shift;
+                vf_Elements().lobeGains(row, vx_LobeBlock, gains.data());
+            }
+        }
+        EXPECT_LT(asked, 100); // Of 51200.
+    });
+}
+
 } // namespace
