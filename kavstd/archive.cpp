@@ -79,39 +79,19 @@ vxArchive& archivePair(vxArchive& archive, vxPair<T>& value) {
     return archive;
 }
 
-// Floats are archived so many at a time: through the bytes of the archive's byte order, unless they are the
-// floats themselves.
-constexpr std::size_t chunkFloats = 1024;
+// Floats go through the bytes of the archive's byte order, unless they are these bytes themselves.
 constexpr bool floatsAreLittleEndian = std::endian::native == std::endian::little;
 
-void storeChunk(vx_ArchiveAccess::State& state, const float* values, std::size_t count) {
-    std::array<unsigned char, chunkFloats * sizeof(float)> bytes;
+void storeChunk(vx_ArchiveAccess::State& state, std::span<const float> values) {
     if constexpr (floatsAreLittleEndian) {
-        std::memcpy(bytes.data(), values, count * sizeof(float));
+        // Storing only reads.
+        state.transfer(const_cast<float*>(values.data()), values.size_bytes(), "a float array");
     } else {
-        for (std::size_t i = 0; i < count; ++i) {
+        std::array<unsigned char, vx_FloatChunk * sizeof(float)> bytes;
+        for (std::size_t i = 0; i < values.size(); ++i) {
             putLittleEndian(std::bit_cast<std::uint32_t>(values[i]), bytes.data() + i * sizeof(float));
         }
-    }
-    state.transfer(bytes.data(), count * sizeof(float), "a float array");
-}
-
-void loadChunk(vx_ArchiveAccess::State& state, float* values, std::size_t count) {
-    state.transfer(values, count * sizeof(float), "a float array");
-    if constexpr (!floatsAreLittleEndian) {
-        for (std::size_t i = 0; i < count; ++i) {
-            std::array<unsigned char, sizeof(float)> bytes;
-            std::memcpy(bytes.data(), values + i, bytes.size());
-            values[i] = std::bit_cast<float>(getLittleEndian<std::uint32_t>(bytes.data()));
-        }
-    }
-}
-
-/// Calls operation(first, count) for one chunk of so many floats after the other.
-template <class Operation>
-void forEachChunk(std::size_t floats, Operation operation) {
-    for (std::size_t first = 0; first < floats; first += chunkFloats) {
-        operation(first, std::min(chunkFloats, floats - first));
+        state.transfer(bytes.data(), values.size_bytes(), "a float array");
     }
 }
 
@@ -124,20 +104,6 @@ bool succeeds(const std::ios& stream, Operation operation) {
         return false;
     }
     return !stream.fail();
-}
-
-/// No count is believed: what has arrived vouches for as much again.
-std::vector<float> loadFloats(vxArchive& archive, std::size_t count) {
-    vx_ArchiveAccess::State& state = vx_ArchiveAccess::state(archive);
-    std::vector<float> values;
-    while (values.size() < count) {
-        const std::size_t done = values.size();
-        values.resize(done + std::min(count - done, std::max(chunkFloats, done)));
-        forEachChunk(values.size() - done, [&](std::size_t first, std::size_t size) {
-            loadChunk(state, values.data() + done + first, size);
-        });
-    }
-    return values;
 }
 
 } // namespace
@@ -211,13 +177,9 @@ vxArchive& operator||(vxArchive& archive, std::vector<float>& value) {
         vf_StoreFloats(archive, value.data(), value.size());
         return archive;
     }
-    vx_ArchiveAccess::state(archive).version("a float array");
-    std::size_t count = 0;
-    archiveInteger<std::uint64_t>(archive, count, "the count of a float array");
-    if (count > value.max_size()) {
-        archive.refuse("more floats than memory can hold");
-    }
-    value = loadFloats(archive, count);
+    std::vector<float> loaded;
+    vf_LoadFloats(archive, vf_LoadFloatCount(archive), 0, loaded);
+    value = std::move(loaded);
     return archive;
 }
 
@@ -226,8 +188,32 @@ void vf_StoreFloats(vxArchive& archive, const float* values, std::size_t count) 
     vx_ArchiveAccess::State& state = vx_ArchiveAccess::state(archive);
     state.version("a float array");
     archiveInteger<std::uint64_t>(archive, count, "the count of a float array");
-    forEachChunk(count,
-                 [&](std::size_t first, std::size_t size) { storeChunk(state, values + first, size); });
+    for (std::size_t done = 0; done < count; done += vx_FloatChunk) {
+        storeChunk(state, {values + done, std::min(vx_FloatChunk, count - done)});
+    }
+}
+
+std::size_t vf_LoadFloatCount(vxArchive& archive) {
+    VX_ASSERT(archive.isLoading());
+    vx_ArchiveAccess::state(archive).version("a float array");
+    std::size_t count = 0;
+    archiveInteger<std::uint64_t>(archive, count, "the count of a float array");
+    if (count > std::vector<float>().max_size()) {
+        archive.refuse("more floats than memory can hold");
+    }
+    return count;
+}
+
+void vf_LoadFloatChunk(vxArchive& archive, float* values, std::size_t count) {
+    VX_ASSERT(archive.isLoading());
+    vx_ArchiveAccess::state(archive).transfer(values, count * sizeof(float), "a float array");
+    if constexpr (!floatsAreLittleEndian) {
+        for (float& value : std::span(values, count)) {
+            std::array<unsigned char, sizeof(float)> bytes;
+            std::memcpy(bytes.data(), &value, bytes.size());
+            value = std::bit_cast<float>(getLittleEndian<std::uint32_t>(bytes.data()));
+        }
+    }
 }
 
 vxArchive& operator||(vxArchive& archive, vxPair<long>& value) {

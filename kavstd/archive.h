@@ -11,6 +11,7 @@
 #include "kavstd/exception.h"
 #include "kavstd/pair.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <functional>
 #include <iosfwd>
@@ -129,6 +130,27 @@ VX_EXPORT vxArchive& operator||(vxArchive& archive, double& value);
 VX_EXPORT vxArchive& operator||(vxArchive& archive, std::vector<float>& value);
 /// Stores the float-array record of these floats, without a vector of them; not for loading.
 VX_EXPORT void vf_StoreFloats(vxArchive& archive, const float* values, std::size_t count);
+
+/// Floats are archived at most so many at a time: 64 KiB, which caches hold.
+inline constexpr std::size_t vx_FloatChunk = 16384;
+/// The first part of loading a float-array record: how many floats it claims to have.
+[[nodiscard]] VX_EXPORT std::size_t vf_LoadFloatCount(vxArchive& archive);
+/// Loads the next floats of the record, at most a chunk.
+VX_EXPORT void vf_LoadFloatChunk(vxArchive& archive, float* values, std::size_t count);
+/// Loads the floats of the record to an empty vector. No count is believed: memory for `believed` floats is
+/// taken at once, and then what has arrived vouches for as much again.
+template <class Floats>
+void vf_LoadFloats(vxArchive& archive, std::size_t count, std::size_t believed, Floats& values) {
+    while (values.size() < count) {
+        const std::size_t done = values.size();
+        const std::size_t next = std::min(count, done + std::clamp(done, vx_FloatChunk / 16, vx_FloatChunk));
+        if (next > values.capacity()) {
+            values.reserve(std::min(count, std::max({believed, next, 2 * done})));
+        }
+        values.resize(next); // A chunk at a time, so that the caches still hold it when it is written.
+        vf_LoadFloatChunk(archive, values.data() + done, next - done);
+    }
+}
 /// The pair record: an unsigned 8-bit version 0, then x, then y.
 VX_EXPORT vxArchive& operator||(vxArchive& archive, vxPair<long>& value);
 VX_EXPORT vxArchive& operator||(vxArchive& archive, vxPair<double>& value);

@@ -106,8 +106,8 @@ private:
     void load(vxArchive& archive, unsigned char version);
     /// The fields before the samples, in the order of the archive.
     void archiveFields(vxArchive& archive, unsigned char version);
-    /// Takes loaded samples; those that are missing are zero.
-    void adoptSamples(vxArchive& archive, const std::vector<float>& samples);
+    /// `expected`: the samples are those of this size; otherwise they are passed over.
+    void loadSamples(vxArchive& archive, bool expected);
     [[nodiscard]] std::uint64_t sampleCount() const noexcept;
 
     /// Throws Uninitialized for a buffer without samples.

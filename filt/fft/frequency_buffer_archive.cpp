@@ -1,6 +1,6 @@
 #include "filt/fft/frequency_buffer.h"
 
-#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
 namespace {
@@ -43,16 +43,31 @@ void vxFrequencyBuffer::store(vxArchive& archive) {
 
 void vxFrequencyBuffer::load(vxArchive& archive, unsigned char version) {
     bool hasSamples = false;
-    std::vector<float> samples;
     archiveFields(archive, version);
     archive || hasSamples;
     if (hasSamples && !(isValidDimension(width_, sourceWidth_) && isValidDimension(height_, sourceHeight_))) {
         archive.refuse("frequency buffer size");
     }
-    archive || samples;
-    if (hasSamples) {
-        adoptSamples(archive, samples);
+    loadSamples(archive, hasSamples);
+}
+
+void vxFrequencyBuffer::loadSamples(vxArchive& archive, bool expected) {
+    const std::size_t floats = vf_LoadFloatCount(archive);
+    const std::uint64_t count = expected ? sampleCount() : 0;
+    // Samples up to the limit get their memory in any case.
+    vf_LoadFloats(archive, floats, count <= unclaimedLimit ? static_cast<std::size_t>(count) * 2 : 0,
+                  storage_);
+    if (!expected) {
+        storage_ = {};
+        return;
     }
+    if (floats > count * 2) {
+        archive.refuse("frequency buffer with more samples than its size");
+    }
+    if (floats < count * 2 && count > unclaimedLimit) {
+        archive.refuse("frequency buffer with fewer samples than its size");
+    }
+    allocate(); // What is missing is zero.
 }
 
 void vxFrequencyBuffer::archiveFields(vxArchive& archive, unsigned char version) {
@@ -66,18 +81,6 @@ void vxFrequencyBuffer::archiveFields(vxArchive& archive, unsigned char version)
         archive || xformCache_;
     }
     archive || offset_;
-}
-
-void vxFrequencyBuffer::adoptSamples(vxArchive& archive, const std::vector<float>& samples) {
-    const std::uint64_t count = sampleCount();
-    if (samples.size() > count * 2) {
-        archive.refuse("frequency buffer with more samples than its size");
-    }
-    if (samples.size() < count * 2 && count > unclaimedLimit) {
-        archive.refuse("frequency buffer with fewer samples than its size");
-    }
-    allocate();
-    std::copy(samples.begin(), samples.end(), data_);
 }
 
 std::uint64_t vxFrequencyBuffer::sampleCount() const noexcept {

@@ -49,6 +49,22 @@ std::vector<Row> valueRows() {
             vxOutputArchive archive(stream);
             vf_StoreFloats(archive, values.data(), values.size());
         }));
+    rows.push_back(strong(
+        {"vf_LoadFloatCount(vxArchive& archive)",
+         "vf_LoadFloatChunk(vxArchive& archive, float* values, std::size_t count)",
+         "vf_LoadFloats(vxArchive& archive, std::size_t count, std::size_t believed, Floats& values)"},
+        "",
+        [] {
+            std::vector<float> values(5000, 2.0F);
+            return std::tuple(std::vector<float>(), archive_test::stored(values));
+        },
+        [](std::vector<float>& values, const std::string& from) {
+            ByteStream stream(from);
+            vxInputArchive archive(stream);
+            std::vector<float> loaded;
+            vf_LoadFloats(archive, vf_LoadFloatCount(archive), 100, loaded);
+            values = std::move(loaded);
+        }));
     return rows;
 }
 

@@ -307,6 +307,22 @@ TEST(FloatArray, IsStoredFromAnyFloats) {
     EXPECT_THROW(vf_StoreFloats(loading, values.data(), values.size()), vxAssertionFailure);
 }
 
+TEST(FloatArray, IsLoadedInParts) {
+    std::vector<float> values(3000, 2.5F);
+    std::istringstream input(stored(values));
+    vxInputArchive loading(input);
+    std::vector<float> loaded;
+    const std::size_t count = vf_LoadFloatCount(loading);
+    EXPECT_EQ(count, values.size());
+    vf_LoadFloats(loading, count, count, loaded);
+    EXPECT_EQ(loaded, values);
+    EXPECT_EQ(loaded.capacity(), values.size()); // Memory was taken once.
+    std::ostringstream output;
+    vxOutputArchive storing(output);
+    EXPECT_THROW(static_cast<void>(vf_LoadFloatCount(storing)), vxAssertionFailure);
+    EXPECT_THROW(vf_LoadFloatChunk(storing, loaded.data(), loaded.size()), vxAssertionFailure);
+}
+
 TEST(FloatArray, AHugeCountInAShortFileIsTheEndOfTheData) {
     // Every bit of the count alone, and all of them.
     for (int bit = 3; bit <= 64; ++bit) {
