@@ -75,6 +75,11 @@ public:
         contestants_.push_back({set, run, {}});
     }
 
+    /// Another job of ours.
+    void addJob(const char* name, Job job, const Scene& scene) {
+        contestants_.push_back({name, kavfiltTask(job, scene).run, {}});
+    }
+
     [[nodiscard]] const std::vector<Contestant>& contestants() const { return contestants_; }
     [[nodiscard]] double worst() const { return worst_; }
     [[nodiscard]] double allocated() const { return allocated_; }
@@ -99,6 +104,9 @@ Lineup lineup(const JobInfo& job, const Scene& scene, const Options& options,
               std::vector<std::string>& failures) {
     Lineup result(job.job, scene, options.set);
     result.addPath("portable", scene, failures);
+    if (job.job == Job::gabor) {
+        result.addJob(ourBandPass, Job::bandPass, scene);
+    }
     for (const Peer* const peer : peers()) {
         if (options.quick && peer != &fftw() && peer != &fftwReal()) {
             continue;

@@ -111,12 +111,9 @@ std::vector<std::string> opponents(const std::vector<JobLine>& lines) {
 std::string tableOfGabor(const std::vector<JobLine>& lines) {
     Table table({"size", "B / G"});
     for (const Size& size : sizesOf(lines)) {
-        const JobLine* const band = find(lines, Job::bandPass, size);
         const JobLine* const gabor = find(lines, Job::gabor, size);
-        if (band != nullptr && gabor != nullptr) {
-            const double ratio =
-                band->standings.front().seconds.median / gabor->standings.front().seconds.median;
-            table.add({text(size), number(ratio)});
+        if (gabor != nullptr) {
+            table.add({text(size), ratioTo(ourBandPass)(*gabor)});
         }
     }
     return "Time of our B divided by that of our G, whose lobe covers a quarter of the rows:\n\n" +
@@ -132,6 +129,9 @@ std::string jobTables(const Results& results) {
                   return number(line.standings.front().seconds.median * 1e3);
               });
     for (const std::string& name : opponents(results.jobs)) {
+        if (name == ourBandPass) {
+            continue;
+        }
         result += "Time of **" + name + "** divided by ours:\n\n" + tableOfJobs(results.jobs, ratioTo(name));
     }
     result +=
