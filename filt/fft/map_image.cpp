@@ -104,7 +104,7 @@ vxPelBuffer<unsigned char> vfFrequencyMapImage(const vxPelBuffer_const<double>& 
     if (!src.isBound()) {
         throw vxFrequencyDefs::UnboundWindow();
     }
-    vxPelBuffer<Pel> result(src.width(), src.height(), 32);
+    vxPelBuffer<Pel> result = vxPelBuffer<Pel>::unset(src.width(), src.height(), 32);
     result.copyXforms(src.xformCache());
     switch (mapping) {
     case vxFrequencyDefs::eClip:
@@ -122,7 +122,8 @@ vxPelBuffer<unsigned char> vfFrequencyMapImage(const vxPelBuffer_const<double>& 
     case vxFrequencyDefs::eAngle:
         mapPels(src, result, vf_Elements().wrappedPels, 0.0, 40.58451);
         break;
-    default: // No pel is written.
+    default: // No mapping.
+        vfPelSet(result, Pel{0});
         break;
     }
     return result;
