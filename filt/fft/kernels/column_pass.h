@@ -11,6 +11,7 @@
 #include "kavstd/attention.h"
 
 #include <cstddef>
+#include <cstdint>
 
 /// Transforms the columns of a record. The results go to store(row, sample).
 template <class L, class Load, class Store>
@@ -28,6 +29,17 @@ auto vf_RecordLoader(const Records& records, std::size_t column) {
     return [=](std::size_t v) __attribute__((always_inline)) {
         const float* record = first + v * step;
         return vf_Directed<L, direction>(L::load(record), L::load(record + L::count));
+    };
+}
+
+/// The same, those of row v being in row places[v].
+template <class L, class Records>
+auto vf_RecordLoader(const Records& records, const std::uint32_t* places, std::size_t column) {
+    const float* const first = records.columns(column);
+    const std::size_t step = records.step(column);
+    return [=](std::size_t v) __attribute__((always_inline)) {
+        const float* record = first + places[v] * step;
+        return vx_LaneSample<L>{L::load(record), L::load(record + L::count)};
     };
 }
 

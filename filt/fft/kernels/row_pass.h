@@ -121,13 +121,37 @@ void vf_RealRowPass(const Source& source, const vx_Plane& plane, const vx_Twiddl
     }
 }
 
-/// A row that is not transformed, as records. Returns whether any bit of it is set.
+/// Whether no bit of a row is set.
+template <class L, class Source>
+bool vf_IsZeroRow(const Source& source, std::size_t width, std::size_t row) {
+    constexpr std::size_t N = L::count;
+    std::uint32_t bits[2 * N] = {};
+    for (std::size_t first = 0; first < width; first += N) {
+        typename L::V a;
+        typename L::V b;
+        source.read(row, first, a, b);
+        float room[2 * N];
+        L::store(room, a);
+        L::store(room + N, b);
+        for (std::size_t i = 0; i < 2 * N; ++i) {
+            std::uint32_t pattern = 0;
+            std::memcpy(&pattern, room + i, sizeof pattern);
+            bits[i] |= pattern;
+        }
+    }
+    std::uint32_t any = 0;
+    for (std::size_t i = 0; i < 2 * N; ++i) {
+        any |= bits[i];
+    }
+    return any == 0;
+}
+
+/// A row that is not transformed, as records.
 template <class L, int direction, class Source, class Records>
-bool vf_CopyRow(const Source& source, std::size_t width, const Records& records, std::size_t row) {
+void vf_CopyRow(const Source& source, std::size_t width, const Records& records, std::size_t row) {
     constexpr std::size_t N = L::count;
     using V = typename L::V;
     using P = vx_Patterns<L>;
-    std::uint32_t bits = 0;
     for (std::size_t first = 0; first < width; first += N) {
         V a;
         V b;
@@ -139,46 +163,47 @@ bool vf_CopyRow(const Source& source, std::size_t width, const Records& records,
         }
         const vx_LaneSample<L> y = vf_Directed<L, direction>(x.re, x.im);
         float* record = records.columns(first) + row * records.step(first);
-        L::store(record, x.re);
-        L::store(record + N, x.im);
-        for (std::size_t i = 0; i < 2 * N; ++i) {
-            std::uint32_t pattern = 0;
-            std::memcpy(&pattern, record + i, sizeof pattern);
-            bits |= pattern;
-        }
+        L::store(record, y.re);
         L::store(record + N, y.im);
     }
-    return bits != 0;
 }
 
 /// Each row in the band becomes the records of its transform, each other row its own. What backward
-/// transforms store is not conjugated back, since the column pass would only undo it. Returns whether a row
-/// outside the band holds anything but zeros.
+/// transforms store is not conjugated back, since the column pass would only undo it. `places` says in which
+/// row's place the records of each row are: where all rows outside the band are zero, as they should
+/// be, those of one stand for all, unless `everyPlace`. Returns whether each row has records of its own.
 template <class L, int direction, class Source, class Records>
 bool vf_ComplexRowPass(const Source& source, const Records& records, std::size_t width, std::size_t height,
-                       const vx_RowBand& band, const vx_Twiddles& twiddles, vx_LaneSample<L>* tile,
-                       vx_LaneSample<L>* spectrum) {
+                       const vx_RowBand& band, bool everyPlace, const vx_Twiddles& twiddles,
+                       vx_LaneSample<L>* tile, vx_LaneSample<L>* spectrum, std::uint32_t* places) {
     constexpr std::size_t N = L::count;
-    bool found = false;
+    const auto inBand = [&band](std::size_t r) { return band.contains(r); };
     for (std::size_t row = 0; row < height; row += N) {
         vxAttention::check();
-        const auto inBand = [&band](std::size_t r) { return band.contains(r); };
-        bool any = false;
+        std::size_t count = 0;
         for (std::size_t r = row; r < row + N; ++r) {
-            any = any || inBand(r);
+            count += static_cast<std::size_t>(inBand(r));
         }
-        if (any) {
+        if (count > 0) {
             vf_LoadRows<L>(source, row, width, tile);
-        }
-        for (std::size_t r = row; r < row + N; ++r) {
-            if (!inBand(r)) {
-                found = vf_CopyRow<L, direction>(source, width, records, r) || found;
-            }
-        }
-        if (any) {
             vf_TransformRows<L, direction>(tile, width, twiddles, spectrum);
             vf_StoreRecords<L>(spectrum, width, records, row, inBand);
         }
+        for (std::size_t r = row; count < N && r < row + N; ++r) {
+            everyPlace = everyPlace || (!inBand(r) && !vf_IsZeroRow<L>(source, width, r));
+        }
     }
-    return found;
+    std::size_t shared = height; // None yet.
+    for (std::size_t row = 0; row < height; ++row) {
+        places[row] = static_cast<std::uint32_t>(row);
+        if (inBand(row)) {
+            continue;
+        }
+        if (everyPlace || shared == height) {
+            vf_CopyRow<L, direction>(source, width, records, row);
+            shared = row;
+        }
+        places[row] = static_cast<std::uint32_t>(shared);
+    }
+    return everyPlace;
 }

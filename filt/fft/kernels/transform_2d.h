@@ -15,6 +15,7 @@
 #include "filt/fft/kernels/workspace.h"
 
 #include <cstddef>
+#include <cstdint>
 
 /// Rows of one sample, the imaginary part of which is taken as it is, need no row pass.
 template <class L, int direction, class Source>
@@ -55,14 +56,16 @@ void vf_ComplexTransform(const Source& source, const Records& records, std::size
     const vx_Twiddles twiddles(longest, 1);
     const vx_Workspace<vx_LaneSample<L>> tile(longest);
     const vx_Workspace<vx_LaneSample<L>> spectrum(width);
-    const bool found = vf_ComplexRowPass<L, direction>(source, records, width, height, band, twiddles,
-                                                       tile.get(), spectrum.get());
-    // Of four rows, a block also has rows of the band.
-    if (width == height && (width == 4 || (found && width > 4))) {
+    const vx_Workspace<std::uint32_t, L> places(height);
+    // Of four rows, a block that is skipped also has rows of the band.
+    const bool everyPlace =
+        vf_ComplexRowPass<L, direction>(source, records, width, height, band, width == 4 && height == 4,
+                                        twiddles, tile.get(), spectrum.get(), places.get());
+    if (width == height && width >= 4 && everyPlace) {
         vf_KeepSkippedBlocks<L>(records, width, band);
     }
     for (std::size_t column = 0; column < width; column += L::count) {
-        vf_TransformColumns<L>(vf_RecordLoader<L>(records, column), height, twiddles, tile.get(),
-                               columns.from(column));
+        vf_TransformColumns<L>(vf_RecordLoader<L>(records, places.get(), column), height, twiddles,
+                               tile.get(), columns.from(column));
     }
 }
