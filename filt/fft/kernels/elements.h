@@ -188,30 +188,32 @@ void vf_RingKernel(const vx_RingRow& row, std::int32_t begin, std::int32_t count
     }
 }
 
-/// A double that exp(exponent) is not below, by a factor of less than 1 + 2^-39; exp(-105), which no float is
-/// next to, stands for everything less. `exponent` is at most 0, or NaN, which the result is as well.
-///
-/// 2^t = 2^n 2^f with t = exponent * log2(e), n = t rounded and |f| <= 1/2. The products' rounding and that
-/// of log2(e) are worth 2^-45 of the result; the polynomial is the best of its degree, 2^-40.23 off, times 1
-/// - 2^-40; the rest is below 2^-50. The sum is less than 2^-40 on either side of that factor, with 2^-44 to
-/// spare for the maths library, which is taken to be within a few units in the last place.
+/// exp(x) within a relative error of 2^-51, for x of -700 to 700.
 template <class L>
-[[gnu::always_inline]] inline typename L::D vf_ExpBelow(typename L::D exponent) noexcept {
+[[gnu::always_inline]] inline typename L::D vf_Exp(typename L::D x) noexcept {
     using D = typename L::D;
     constexpr double log2e = 0x1.71547652b82fep+0;
-    constexpr double integerPlace = 0x1.8p52 + 1023.0; // Added, it leaves 2^n's exponent lowest.
-    const D t = L::greater(L::fill(-105.0), exponent) * log2e;
-    const D n = t + integerPlace;
-    const D f = t - (n - integerPlace);
-    D p = f * 0x1.61afced54027ap-20 + 0x1.00dad250bdddfp-16;
-    p = p * f + 0x1.430acca32e946p-13;
-    p = p * f + 0x1.5d87483853e7cp-10;
-    p = p * f + 0x1.3b2ab5c527f5fp-7;
-    p = p * f + 0x1.c6b08dd46b724p-5;
-    p = p * f + 0x1.ebfbdff92fb22p-3;
-    p = p * f + 0x1.62e42fef84b30p-1;
-    p = p * f + 0x1.fffffffffd7a3p-1;
-    return p * L::powerOfTwo(n);
+    // ln 2 in two parts, of which the first has so few bits that its multiples are exact.
+    constexpr double ln2 = 0x1.62e42feep-1;
+    constexpr double ln2Rest = 0x1.a39ef35793c76p-33;
+    constexpr double integerPlace = 0x1.8p52 + 1023.0; // Added, it leaves the exponent of 2^n lowest.
+    const D place = x * log2e + integerPlace;
+    const D n = place - integerPlace;
+    const D r = (x - n * ln2) - n * ln2Rest;
+    // |r| is at most ln(2) / 2, where what follows these terms of the series is below 2^-52.
+    D p = r * (1.0 / 479001600) + 1.0 / 39916800;
+    p = p * r + 1.0 / 3628800;
+    p = p * r + 1.0 / 362880;
+    p = p * r + 1.0 / 40320;
+    p = p * r + 1.0 / 5040;
+    p = p * r + 1.0 / 720;
+    p = p * r + 1.0 / 120;
+    p = p * r + 1.0 / 24;
+    p = p * r + 1.0 / 6;
+    p = p * r + 1.0 / 2;
+    p = p * r + 1.0;
+    p = p * r + 1.0;
+    return p * L::powerOfTwo(place);
 }
 
 template <class L>
@@ -222,69 +224,170 @@ template <class L>
     return distance * distance;
 }
 
-/// The lobe is enclosed between two doubles. As the gain is monotone and so is rounding, it is known where
-/// both give the same float; elsewhere, about once in 2^14 entries of a lobe, gainAt decides.
-template <class L, bool complement>
-[[gnu::always_inline]] inline void vf_LobeBlock(const vx_LobeRow& row, std::size_t first,
-                                                float* gains) noexcept {
+/// What gains are computed in at once: those of L::count adjacent columns of a row.
+template <class L>
+struct vx_LobeVector {
+    typename L::D half[2];
+};
+
+template <class L>
+[[gnu::always_inline]] inline vx_LobeVector<L> vf_LobeExponents(const vx_LobePart& part, std::size_t column,
+                                                                std::size_t row) noexcept {
+    using D = typename L::D;
+    vx_LobeVector<L> e;
+    vf_Unrolled<2>([&](auto h) __attribute__((always_inline)) {
+        const std::size_t i = column + L::count / 2 * h;
+        const D u = L::loadDoubles(part.along + i) + part.alongShift[row];
+        const D v = L::loadDoubles(part.across + i) + part.acrossShift[row];
+        e.half[h] = vf_SquaredDistance<L>(u, part.alongPlateau) * part.alongFactor +
+                    vf_SquaredDistance<L>(v, part.acrossPlateau) * part.acrossFactor;
+    });
+    return e;
+}
+
+/// Whether a lobe of L::count columns can be had from products: it has no plateau, and the terms of its
+/// exponents stay above -256 even if those of row and column are added up without their signs.
+template <class L>
+[[gnu::always_inline]] inline bool vf_IsGentle(const vx_LobePart& part, std::size_t column,
+                                               std::size_t rows) noexcept {
     using D = typename L::D;
     using V = typename L::V;
-    constexpr std::size_t N = L::count / 2;
-    constexpr double above = 1.0 + 0x1p-39;
-    D exponents[2];
-    D low[2];
-    D high[2];
-    vf_Unrolled<2>([&](auto half) __attribute__((always_inline)) {
-        const std::size_t i = first + N * half;
-        const D u = L::loadDoubles(row.along + i) + row.alongShift;
-        const D v = L::loadDoubles(row.across + i) + row.acrossShift;
-        exponents[half] = vf_SquaredDistance<L>(u, row.alongPlateau) * row.alongFactor +
-                          vf_SquaredDistance<L>(v, row.acrossPlateau) * row.acrossFactor;
-        const D lobe = vf_ExpBelow<L>(exponents[half]);
-        low[half] = complement ? L::fill(1.0) - lobe : lobe;
-        high[half] = complement ? L::fill(1.0) - lobe * above : lobe * above;
+    const auto magnitude = [](double x) { return x < 0.0 ? -x : x; };
+    const auto most = [&](const double* shifts) {
+        const double first = magnitude(shifts[0]);
+        const double last = magnitude(shifts[rows - 1]);
+        return first > last ? first : last;
+    };
+    const double alongMost = most(part.alongShift);
+    const double acrossMost = most(part.acrossShift);
+    D terms[2];
+    vf_Unrolled<2>([&](auto h) __attribute__((always_inline)) {
+        const D along = L::loadDoubles(part.along + column + L::count / 2 * h);
+        const D across = L::loadDoubles(part.across + column + L::count / 2 * h);
+        const D u = L::greater(along, -along) + alongMost;
+        const D v = L::greater(across, -across) + acrossMost;
+        terms[h] = u * u * part.alongFactor + v * v * part.acrossFactor;
     });
-    const V lower = L::narrowed(low[0], low[1]);
-    const V upper = L::narrowed(high[0], high[1]);
+    const V all = L::narrowed(terms[0], terms[1]);
+    // A NaN equals nothing.
+    return part.alongPlateau == 0.0 && part.acrossPlateau == 0.0 &&
+           L::equal(L::greater(L::fill(-256.0F), all), all);
+}
+
+/// Lobes are known to be within a factor of 1 - 2^-38 to 1 + 2^-38, so below they are this, and above
+/// `vx_LobeAbove` times as much.
+inline constexpr double vx_LobeBelow = 1.0 - 0x1p-38;
+inline constexpr double vx_LobeAbove = 1.0 + 0x1.1p-37;
+
+/// Stores the gains of lobes of which the lower limits are known. The gain is monotone, and so is rounding:
+/// where both limits give one float, that is the gain. Elsewhere gainAt decides: about once in 5000 entries,
+/// and next to the top of a reject filter's lobe, where the gain is a small difference from 1.
+template <class L, bool complement>
+[[gnu::always_inline]] inline void vf_StoreLobe(const vx_LobePart& part, std::size_t column, std::size_t row,
+                                                const vx_LobeVector<L>& lobe, float* gains) noexcept {
+    using D = typename L::D;
+    using V = typename L::V;
+    constexpr std::size_t N = L::count;
+    const auto gainOf = [](const D& height) __attribute__((always_inline)) {
+        return complement ? L::fill(1.0) - height : height;
+    };
+    const V lower = L::narrowed(gainOf(lobe.half[0]), gainOf(lobe.half[1]));
+    const V upper = L::narrowed(gainOf(lobe.half[0] * vx_LobeAbove), gainOf(lobe.half[1] * vx_LobeAbove));
     L::store(gains, lower);
     if (L::equal(lower, upper)) {
         return;
     }
-    float others[2 * N];
-    double places[2 * N];
+    const vx_LobeVector<L> e = vf_LobeExponents<L>(part, column, row);
+    float others[N];
+    double exponents[N];
     L::store(others, upper);
-    L::store(places, exponents[0]);
-    L::store(places + N, exponents[1]);
-    for (std::size_t i = 0; i < 2 * N; ++i) {
+    L::store(exponents, e.half[0]);
+    L::store(exponents + N / 2, e.half[1]);
+    for (std::size_t i = 0; i < N; ++i) {
         // Not `!=`: a NaN is to be decided, too.
         if (!(gains[i] == others[i])) {
             // Flat tops are long runs of the same.
-            gains[i] = i > 0 && places[i] == places[i - 1] ? gains[i - 1] : row.gainAt(places[i]);
+            gains[i] = i > 0 && exponents[i] == exponents[i - 1] ? gains[i - 1] : part.gainAt(exponents[i]);
         }
     }
 }
 
+/// Gentle lobes from row to row: exponents without a plateau are quadratic, so the lobes are G, G R, G R^2 W
+/// ... with R = exp(e[1] - e[0]) and W = exp(e[2] - 2 e[1] + e[0]).
+///
+/// How far they get from the exp of the exponents as they are rounded, after 63 rows at most: the positions
+/// and exponents are rounded, 2^-41; so are the differences, 63 times and 63 * 62 / 2 times, 2^-40.4; exp for
+/// R and W, counted as often, 2^-40; the products, 2^-42. Together less than 2^-38.5.
 template <class L, bool complement>
-void vf_LobeColumns(const vx_LobeRow& row, std::size_t count, float* gains) {
-    constexpr std::size_t N = L::count;
-    std::size_t i = 0;
-    for (; i + N <= count; i += N) {
-        vf_LobeBlock<L, complement>(row, i, gains + i);
-    }
-    if (i < count) {
-        float room[N];
-        vf_LobeBlock<L, complement>(row, i, room);
-        vf_Copy<L>(room, count - i, gains + i);
+void vf_LobeByProducts(const vx_LobePart& part, std::size_t column, std::size_t rows, float* gains,
+                       std::size_t step) noexcept {
+    using D = typename L::D;
+    const double second = part.alongStep * part.alongStep * part.alongFactor +
+                          part.acrossStep * part.acrossStep * part.acrossFactor;
+    const D w = vf_Exp<L>(L::fill(2.0 * second));
+    const vx_LobeVector<L> e = vf_LobeExponents<L>(part, column, 0);
+    vx_LobeVector<L> lobe;
+    vx_LobeVector<L> factor;
+    vf_Unrolled<2>([&](auto h) __attribute__((always_inline)) {
+        const std::size_t i = column + L::count / 2 * h;
+        const D u = L::loadDoubles(part.along + i) + part.alongShift[0];
+        const D v = L::loadDoubles(part.across + i) + part.acrossShift[0];
+        const D first = u * (2.0 * part.alongStep * part.alongFactor) +
+                        v * (2.0 * part.acrossStep * part.acrossFactor) + second;
+        lobe.half[h] = vf_Exp<L>(e.half[h]) * vx_LobeBelow;
+        factor.half[h] = vf_Exp<L>(first); // Of a single row it may be anything: it is not used.
+    });
+    for (std::size_t row = 0; row < rows; ++row) {
+        vf_StoreLobe<L, complement>(part, column, row, lobe, gains + row * step);
+        vf_Unrolled<2>([&](auto h) __attribute__((always_inline)) {
+            lobe.half[h] = lobe.half[h] * factor.half[h];
+            factor.half[h] = factor.half[h] * w;
+        });
     }
 }
 
-/// The gains of a row of a lobe.
+/// The lobes of L::count columns.
+template <class L, bool complement>
+void vf_LobeColumns(const vx_LobePart& part, std::size_t column, std::size_t rows, float* gains,
+                    std::size_t step) {
+    if (vf_IsGentle<L>(part, column, rows)) {
+        return vf_LobeByProducts<L, complement>(part, column, rows, gains, step);
+    }
+    for (std::size_t row = 0; row < rows; ++row) {
+        const vx_LobeVector<L> e = vf_LobeExponents<L>(part, column, row);
+        vx_LobeVector<L> lobe;
+        vf_Unrolled<2>([&](auto h) __attribute__((always_inline)) {
+            // exp(-105), which no float is next to, stands for everything below it.
+            lobe.half[h] = vf_Exp<L>(L::greater(L::fill(-105.0), e.half[h])) * vx_LobeBelow;
+        });
+        vf_StoreLobe<L, complement>(part, column, row, lobe, gains + row * step);
+    }
+}
+
+template <class L, bool complement>
+void vf_LobeGains(const vx_LobePart& part, std::size_t columns, std::size_t rows, float* gains,
+                  std::size_t step) {
+    constexpr std::size_t N = L::count;
+    std::size_t column = 0;
+    for (; column + N <= columns; column += N) {
+        vf_LobeColumns<L, complement>(part, column, rows, gains + column, step);
+    }
+    if (column < columns) {
+        float room[N * vx_LobePart::mostRows];
+        vf_LobeColumns<L, complement>(part, column, rows, room, N);
+        for (std::size_t row = 0; row < rows; ++row) {
+            vf_Copy<L>(room + row * N, columns - column, gains + row * step + column);
+        }
+    }
+}
+
 template <class L>
-void vf_LobeKernel(const vx_LobeRow& row, std::size_t count, float* gains) {
-    if (row.complement) {
-        vf_LobeColumns<L, true>(row, count, gains);
+void vf_LobeKernel(const vx_LobePart& part, std::size_t columns, std::size_t rows, float* gains,
+                   std::size_t step) {
+    if (part.complement) {
+        vf_LobeGains<L, true>(part, columns, rows, gains, step);
     } else {
-        vf_LobeColumns<L, false>(row, count, gains);
+        vf_LobeGains<L, false>(part, columns, rows, gains, step);
     }
 }
 

@@ -115,17 +115,23 @@ struct vx_RingRow {
     const float* profile;
 };
 
-/// A row of a Gaussian lobe with a flat top. The entry of column i is (along[i] + alongShift,
-/// across[i] + acrossShift) away from the lobe's middle, in its own axes; it is that of the exponent
+/// Rows and columns of a Gaussian lobe with a flat top. The entry of column i in row j is
+/// (u, v) = (along[i] + alongShift[j], across[i] + acrossShift[j]) away from the lobe's middle, in its own
+/// axes, where the lobe has the height exp(e) with
 ///
-///     max(|u| - alongPlateau, 0)^2 * alongFactor + max(|v| - acrossPlateau, 0)^2 * acrossFactor
+///     e = max(|u| - alongPlateau, 0)^2 * alongFactor + max(|v| - acrossPlateau, 0)^2 * acrossFactor
 ///
-/// which is NaN or at most 0. Rows are read up to vx_LobeBlock columns, which the arrays must have.
-struct vx_LobeRow {
+/// which is NaN or at most 0.
+struct vx_LobePart {
+    static constexpr std::size_t mostColumns = 256; ///< What `along` and `across` have room for.
+    static constexpr std::size_t mostRows = 64;
+
     const double* along;
     const double* across;
-    double alongShift;
-    double acrossShift;
+    const double* alongShift;
+    const double* acrossShift;
+    double alongStep; ///< From one shift to the next, but for rounding.
+    double acrossStep;
     double alongPlateau;
     double acrossPlateau;
     double alongFactor;
@@ -133,9 +139,6 @@ struct vx_LobeRow {
     bool complement;                  ///< The gain is 1 minus the lobe.
     float (*gainAt)(double exponent); ///< The gain as the maths library's exp gives it.
 };
-
-/// Columns of a row of a lobe that are computed at once.
-inline constexpr std::size_t vx_LobeBlock = 256;
 
 /// Loops over interleaved samples, or over pels. An output is one of the inputs or shares nothing with them.
 struct vx_ElementKernels {
@@ -151,8 +154,9 @@ struct vx_ElementKernels {
     /// The gains of `count` columns of a ring from `begin` on.
     void (*ringGains)(const vx_RingRow& row, std::int32_t begin, std::int32_t count, float* gains);
 
-    /// The gains of the first `count` columns of a lobe, those that gainAt would give.
-    void (*lobeGains)(const vx_LobeRow& row, std::size_t count, float* gains);
+    /// The gains of a part of a lobe, those that gainAt gives; row j from gains[j * step] on.
+    void (*lobeGains)(const vx_LobePart& part, std::size_t columns, std::size_t rows, float* gains,
+                      std::size_t step);
 
     /// One part of each sample, scaled; its magnitude as vx_PelKernels has it.
     void (*realParts)(const float* samples, std::size_t count, float scale, double* pels);

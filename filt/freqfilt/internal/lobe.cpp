@@ -21,6 +21,14 @@ double aspectOf(const vxPair<long>& size) {
 double truncated(double value) {
     return static_cast<double>(vf_Truncate(value));
 }
+
+// Calls visit(first, size) for one block after the other of `count` elements.
+template <class Visit>
+void forEachBlock(long count, std::size_t most, Visit visit) {
+    for (long first = 0; first < count; first += static_cast<long>(most)) {
+        visit(first, std::min(most, static_cast<std::size_t>(count - first)));
+    }
+}
 } // namespace
 
 vxPair<long> vf_LobeSupport(const vx_LobeParameters& lobe) {
@@ -68,33 +76,41 @@ void vf_SampleLobe(const vx_LobeParameters& lobe, const vxPair<long>& support, c
     const double m11 = xform.matrix().element(1, 1);
     const long halfWidth = support.x() >> 1;
     const long halfHeight = support.y() >> 1;
-    // xform * (x, y), written out: the translation is zero, and what x adds is the same in every row.
-    std::array<double, vx_LobeBlock> along = {};
-    std::array<double, vx_LobeBlock> across = {};
-    vx_LobeRow row = {.along = along.data(),
-                      .across = across.data(),
-                      .alongShift = 0.0,
-                      .acrossShift = 0.0,
-                      .alongPlateau = px,
-                      .acrossPlateau = py,
-                      .alongFactor = kx,
-                      .acrossFactor = ky,
-                      .complement = kind.complement,
-                      .gainAt = kind.gainAt};
-    for (long first = 0; first < support.x(); first += static_cast<long>(vx_LobeBlock)) {
-        const auto columns = std::min(vx_LobeBlock, static_cast<std::size_t>(support.x() - first));
+    // xform * (x, y), written out: the translation is zero, and the columns' share is the same in every row.
+    std::array<double, vx_LobePart::mostColumns> along = {};
+    std::array<double, vx_LobePart::mostColumns> across = {};
+    std::array<double, vx_LobePart::mostRows> alongShift = {};
+    std::array<double, vx_LobePart::mostRows> acrossShift = {};
+    const vx_LobePart part = {.along = along.data(),
+                              .across = across.data(),
+                              .alongShift = alongShift.data(),
+                              .acrossShift = acrossShift.data(),
+                              .alongStep = m01 / aspect,
+                              .acrossStep = m11 / aspect,
+                              .alongPlateau = px,
+                              .acrossPlateau = py,
+                              .alongFactor = kx,
+                              .acrossFactor = ky,
+                              .complement = kind.complement,
+                              .gainAt = kind.gainAt};
+    forEachBlock(support.x(), vx_LobePart::mostColumns, [&](long firstColumn, std::size_t columns) {
         for (std::size_t i = 0; i < columns; ++i) {
-            const double x = static_cast<double>(first + static_cast<long>(i) - halfWidth) - ox;
+            const double x = static_cast<double>(firstColumn + static_cast<long>(i) - halfWidth) - ox;
             along[i] = m00 * x;
             across[i] = m10 * x;
         }
-        for (long j = 0; j < support.y(); ++j) {
-            const double y = (static_cast<double>(j - halfHeight) - oy) / aspect;
-            row.alongShift = m01 * y;
-            row.acrossShift = m11 * y;
-            vf_Elements().lobeGains(row, columns, patch.data() + (j * support.x() + first));
-        }
-    }
+        forEachBlock(support.y(), vx_LobePart::mostRows, [&](long firstRow, std::size_t rows) {
+            for (std::size_t j = 0; j < rows; ++j) {
+                const double y =
+                    (static_cast<double>(firstRow + static_cast<long>(j) - halfHeight) - oy) / aspect;
+                alongShift[j] = m01 * y;
+                acrossShift[j] = m11 * y;
+            }
+            vf_Elements().lobeGains(part, columns, rows,
+                                    patch.data() + (firstRow * support.x() + firstColumn),
+                                    static_cast<std::size_t>(support.x()));
+        });
+    });
 }
 
 vx_Lobe::vx_Lobe(const vx_LobeParameters& lobe, const vxPair<long>& support, std::span<const float> patch)

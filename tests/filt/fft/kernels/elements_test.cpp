@@ -251,75 +251,111 @@ float rejectGain(double exponent) {
     return static_cast<float>(1.0 - std::exp(exponent));
 }
 
-// Rows whose exponents are -(along[i] * along[i]).
-vx_LobeRow lobeRow(const std::vector<double>& along, const std::vector<double>& zeros, bool complement) {
-    return {.along = along.data(),
-            .across = zeros.data(),
-            .alongShift = 0.0,
-            .acrossShift = 0.0,
-            .alongPlateau = 0.0,
-            .acrossPlateau = 0.0,
-            .alongFactor = -1.0,
-            .acrossFactor = -1.0,
-            .complement = complement,
-            .gainAt = complement ? rejectGain : passGain};
-}
+/// A part of a lobe whose exponents are -(along[i] * along[i]) in each row.
+struct Exponents {
+    explicit Exponents(std::vector<double> distances) : along(std::move(distances)) {
+        along.resize((along.size() / vx_LobePart::mostColumns + 1) * vx_LobePart::mostColumns);
+    }
+
+    [[nodiscard]] vx_LobePart part(std::size_t first, bool complement) const {
+        return {.along = along.data() + first,
+                .across = zeros.data(),
+                .alongShift = zeros.data(),
+                .acrossShift = zeros.data(),
+                .alongStep = 0.0,
+                .acrossStep = 0.0,
+                .alongPlateau = 0.0,
+                .acrossPlateau = 0.0,
+                .alongFactor = -1.0,
+                .acrossFactor = -1.0,
+                .complement = complement,
+                .gainAt = complement ? rejectGain : passGain};
+    }
+
+    std::vector<double> along;
+    std::vector<double> zeros = std::vector<double>(vx_LobePart::mostColumns);
+};
 
 /// The gains of both kinds where the exponents are -(a * a), for any number of values a.
-void expectLobeGains(std::vector<double> along) {
-    const std::size_t count = along.size();
-    along.resize((count / vx_LobeBlock + 1) * vx_LobeBlock);
-    const std::vector<double> zeros(vx_LobeBlock);
+void expectLobeGains(const std::vector<double>& along) {
+    const Exponents exponents(along);
     for (const bool complement : {false, true}) {
-        vx_LobeRow row = lobeRow(along, zeros, complement);
         Matrix expected;
-        for (std::size_t i = 0; i < count; ++i) {
-            expected.push_back(row.gainAt(-(along[i] * along[i])));
+        for (const double a : along) {
+            expected.push_back(complement ? rejectGain(-(a * a)) : passGain(-(a * a)));
         }
-        Matrix gains(count + 1, 7.0F);
-        for (std::size_t first = 0; first < count; first += vx_LobeBlock) {
-            row.along = along.data() + first;
-            vf_Elements().lobeGains(row, std::min(vx_LobeBlock, count - first), gains.data() + first);
+        Matrix gains(along.size() + 1, 7.0F);
+        for (std::size_t first = 0; first < along.size(); first += vx_LobePart::mostColumns) {
+            vf_Elements().lobeGains(exponents.part(first, complement),
+                                    std::min(vx_LobePart::mostColumns, along.size() - first), 1,
+                                    gains.data() + first, 1);
         }
-        EXPECT_EQ(gains[count], 7.0F);
-        gains.resize(count);
+        EXPECT_EQ(gains.back(), 7.0F);
+        gains.pop_back();
         ASSERT_TRUE(sameBits(gains, expected)) << complement;
     }
 }
 
-TEST(Elements, FindTheGainsOfALobe) {
-    const auto distance = [](double at, double plateau) { return std::max(std::fabs(at) - plateau, 0.0); };
-    std::mt19937 generator(3);
-    std::vector<double> along;
-    std::vector<double> across;
-    for (std::size_t i = 0; i < vx_LobeBlock; ++i) {
-        along.push_back(static_cast<double>(kernel_data::noise(generator)) * 20.0);
-        across.push_back(static_cast<double>(kernel_data::noise(generator)) * 20.0);
+/// The gains of a lobe as the filters lay it over their patch.
+void expectLobe(std::size_t columns, std::size_t rows, double plateau, double sharpness, double tilt,
+                bool complement) {
+    const std::size_t step = columns + 3;
+    std::vector<double> along(vx_LobePart::mostColumns);
+    std::vector<double> across(vx_LobePart::mostColumns);
+    std::vector<double> alongShift;
+    std::vector<double> acrossShift;
+    for (std::size_t i = 0; i < columns; ++i) {
+        const double x = static_cast<double>(i) - 0.5 * static_cast<double>(columns) - 0.3;
+        along[i] = std::cos(tilt) * x;
+        across[i] = -std::sin(tilt) * x;
     }
-    forEachInstructionSet([&] {
-        for (std::size_t count = 0; count <= vx_LobeBlock; count += count < mostSamples ? 1 : 53) {
-            for (const bool complement : {false, true}) {
-                const vx_LobeRow row = {.along = along.data(),
-                                        .across = across.data(),
-                                        .alongShift = 0.7,
-                                        .acrossShift = -2.9,
-                                        .alongPlateau = 3.5,
-                                        .acrossPlateau = 0.25,
-                                        .alongFactor = -0.3,
-                                        .acrossFactor = -0.04,
-                                        .complement = complement,
-                                        .gainAt = complement ? rejectGain : passGain};
-                Matrix expected;
-                for (std::size_t i = 0; i < count; ++i) {
-                    const double u = distance(along[i] + 0.7, 3.5);
-                    const double v = distance(across[i] - 2.9, 0.25);
-                    expected.push_back(row.gainAt(u * u * -0.3 + v * v * -0.04));
+    for (std::size_t j = 0; j < rows; ++j) {
+        const double y = (static_cast<double>(j) - 0.5 * static_cast<double>(rows) - 0.8) / 0.5;
+        alongShift.push_back(std::sin(tilt) * y);
+        acrossShift.push_back(std::cos(tilt) * y);
+    }
+    const vx_LobePart part = {.along = along.data(),
+                              .across = across.data(),
+                              .alongShift = alongShift.data(),
+                              .acrossShift = acrossShift.data(),
+                              .alongStep = std::sin(tilt) / 0.5,
+                              .acrossStep = std::cos(tilt) / 0.5,
+                              .alongPlateau = plateau,
+                              .acrossPlateau = plateau / 3.0,
+                              .alongFactor = -sharpness,
+                              .acrossFactor = -3.0 * sharpness,
+                              .complement = complement,
+                              .gainAt = complement ? rejectGain : passGain};
+    const auto squared = [](double at, double flat) {
+        const double distance = std::max(std::fabs(at) - flat, 0.0);
+        return distance * distance;
+    };
+    Matrix expected(step * rows + columns, 7.0F);
+    Matrix gains = expected;
+    for (std::size_t j = 0; j < rows; ++j) {
+        for (std::size_t i = 0; i < columns; ++i) {
+            const double e = squared(along[i] + alongShift[j], part.alongPlateau) * part.alongFactor +
+                             squared(across[i] + acrossShift[j], part.acrossPlateau) * part.acrossFactor;
+            expected[j * step + i] = part.gainAt(e);
+        }
+    }
+    vf_Elements().lobeGains(part, columns, rows, gains.data(), step);
+    ASSERT_TRUE(sameBits(gains, expected)) << columns << " x " << rows << " " << sharpness << " " << tilt;
+}
+
+TEST(Elements, FindTheGainsOfALobe) {
+    forEachInstructionSet([] {
+        for (const double plateau : {0.0, 3.5}) {
+            // From one that hardly falls to one of a single entry.
+            for (const double sharpness : {1e-12, 1e-5, 3e-4, 0.004, 0.1, 1.7, 60.0, 1e4, 1e300}) {
+                for (const double tilt : {0.0, 0.5, 2.1, 3.14159}) {
+                    for (const std::size_t columns : {1U, 15U, 37U, 256U}) {
+                        for (const std::size_t rows : {1U, 2U, 64U}) {
+                            expectLobe(columns, rows, plateau, sharpness, tilt, columns % 2 == 0);
+                            expectLobe(columns, rows, plateau, sharpness, tilt, columns % 2 != 0);
+                        }
+                    }
                 }
-                Matrix gains(count + 1, 7.0F);
-                vf_Elements().lobeGains(row, count, gains.data());
-                EXPECT_EQ(gains[count], 7.0F);
-                gains.resize(count);
-                ASSERT_TRUE(sameBits(gains, expected)) << count;
             }
         }
     });
@@ -356,7 +392,7 @@ TEST(Elements, LobesHaveTheGainsOfTheMathsLibraryBetweenTwoFloats) {
         const double middle = (static_cast<double>(low) + static_cast<double>(high)) / 2.0;
         for (const double exponent : {std::log(middle), std::log1p(-middle)}) {
             for (const double off :
-                 {0.0, 0x1p-52, 0x1p-46, 0x1.cp-41, 0x1.8p-40, 0x1.ep-40, 0x1.1p-39, 0x1p-38}) {
+                 {0.0, 0x1p-52, 0x1p-46, 0x1p-40, 0x1.cp-39, 0x1.ep-38, 0x1.02p-37, 0x1.1p-37, 0x1.8p-37}) {
                 along.push_back(std::sqrt(-exponent + off));
                 along.push_back(std::sqrt(std::max(-exponent - off, 0.0)));
             }
@@ -369,25 +405,32 @@ TEST(Elements, LobesHaveTheGainsOfTheMathsLibraryBetweenTwoFloats) {
 TEST(Elements, LobesHardlyAskTheMathsLibrary) {
     static int asked = 0;
     std::vector<double> along;
-    for (std::size_t i = 0; i < vx_LobeBlock; ++i) {
+    for (std::size_t i = 0; i < vx_LobePart::mostColumns; ++i) {
         along.push_back(0.01 * static_cast<double>(i + 1));
     }
-    const std::vector<double> zeros(vx_LobeBlock);
+    std::vector<double> shifts;
+    for (std::size_t j = 0; j < vx_LobePart::mostRows; ++j) {
+        shifts.push_back(0.001 * static_cast<double>(j + 1));
+    }
+    const Exponents exponents(along);
     forEachInstructionSet([&] {
-        asked = 0;
-        for (const bool complement : {false, true}) {
-            vx_LobeRow row = lobeRow(along, zeros, complement);
-            row.gainAt = [](double exponent) {
-                ++asked;
-                return static_cast<float>(exponent);
-            };
-            Matrix gains(vx_LobeBlock);
-            for (int shift = 0; shift < 100; ++shift) {
-                row.alongShift = 0.0001 * shift;
-                vf_Elements().lobeGains(row, vx_LobeBlock, gains.data());
+        for (const double plateau : {0.0, 1e-9}) {
+            asked = 0;
+            for (const bool complement : {false, true}) {
+                vx_LobePart part = exponents.part(0, complement);
+                part.alongShift = shifts.data();
+                part.alongStep = 0.001;
+                part.alongPlateau = plateau;
+                part.gainAt = [](double exponent) {
+                    ++asked;
+                    return static_cast<float>(exponent);
+                };
+                Matrix gains(vx_LobePart::mostColumns * vx_LobePart::mostRows);
+                vf_Elements().lobeGains(part, vx_LobePart::mostColumns, vx_LobePart::mostRows, gains.data(),
+                                        vx_LobePart::mostColumns);
             }
+            EXPECT_LT(asked, 330); // Of 32768; most of them at the top of the reject filter's lobe.
         }
-        EXPECT_LT(asked, 100); // Of 51200.
     });
 }
 
