@@ -11,6 +11,7 @@ namespace app {
 enum ExitCode : int {
     eDone = 0,
     eInternal = 1,    ///< out of memory, or a fault of the tool itself
+    eIncomplete = 1,  ///< files of a batch that failed, each for a reason of its own
     eUsage = 2,       ///< wrong options
     eUnreadable = 3,  ///< an input that cannot be read or is not supported
     eCannotWrite = 4, ///< an output that cannot be written or must not be overwritten
@@ -42,6 +43,11 @@ public:
 class WriteError : public Error {
 public:
     explicit WriteError(const std::string& message) : Error(eCannotWrite, message) {}
+};
+
+class IncompleteError : public Error {
+public:
+    explicit IncompleteError(const std::string& message) : Error(eIncomplete, message) {}
 };
 
 /// Control characters (a file name may hold line breaks) become question marks, so that a report stays one

@@ -3,6 +3,7 @@
 #include "app/errors.h"
 #include "app/padding.h"
 #include "app/words.h"
+#include "kavstd/attention.h"
 
 #include <algorithm>
 #include <cmath>
@@ -145,6 +146,33 @@ void checkRange(const FilterSettings& settings, Depth depth) {
     }
 }
 
+vxPelBuffer<double> transposed(const vxPelBuffer_const<double>& pels) {
+    vxPelBuffer<double> result(pels.height(), pels.width());
+    for (long y = 0; y < pels.height(); ++y) {
+        vxAttention::check();
+        const double* row = pels.pointToRow(pels.offset().y() + y);
+        for (long x = 0; x < pels.width(); ++x) {
+            result.pointToRow(x)[y] = row[x];
+        }
+    }
+    return result;
+}
+
+bool needsTurning(const Image& source, const FilterSettings& settings) {
+    const vxPair<long> size = transformSize(source.pels.width(), source.pels.height());
+    return settings.wholeRings && size.y() > size.x() && isRing(settings.filter);
+}
+
+FilterResult filterOnItsSide(const Image& source, const FilterSettings& settings) {
+    checkTransformable(source); // Names pels as they lie in the source.
+    Image turned = source;
+    turned.pels = transposed(source.pels);
+    FilterResult result = filterImage(turned, settings);
+    result.image.pels = transposed(result.image.pels);
+    result.transform = {result.transform.y(), result.transform.x()};
+    return result;
+}
+
 } // namespace
 
 void failTooLarge(const Image& image) {
@@ -215,6 +243,9 @@ void checkSettings(const FilterSettings& settings) {
 }
 
 FilterResult filterImage(const Image& source, const FilterSettings& settings) {
+    if (needsTurning(source, settings)) {
+        return filterOnItsSide(source, settings);
+    }
     checkSettings(settings);
     checkFilter(settings.filter);
     checkKernelSize(settings, source);

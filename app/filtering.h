@@ -53,6 +53,9 @@ struct FilterSettings {
     /// nearest integer, whose low 8 or 16 bits are kept, or with Range::normalize the reader's own
     /// normalisation.
     bool raw = false;
+    /// The library cuts rings off early above and below where the spectrum is taller than wide. With this,
+    /// images of such spectra are filtered on their side by rings, which are whole then.
+    bool wholeRings = false;
 };
 
 /// UsageError where settings other than the filter contradict each other.

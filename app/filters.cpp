@@ -259,6 +259,15 @@ Use parameterUse(const std::string& type, const std::string& parameterName) {
     return row->of[name - std::begin(parameterNames)];
 }
 
+bool isRing(const FilterParameters& parameters) {
+    return !parameters.built && parameterUse(parameters.type, "frequency") == Use::must &&
+           parameterUse(parameters.type, "angle") == Use::no;
+}
+
+bool isPair(const FilterParameters& parameters) {
+    return parameters.pair.value_or(typeNamed(parameters.type).isPairByDefault);
+}
+
 vxRadian radiansOf(double degrees) {
     return vxRadian(degrees * std::numbers::pi / 180);
 }

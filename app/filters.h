@@ -65,6 +65,12 @@ enum class Use { no, may, must };
 [[nodiscard]] vxRadian radiansOf(double degrees);
 [[nodiscard]] double degreesOf(vxRadian angle);
 
+/// Whether it is a ring, which has no direction.
+[[nodiscard]] bool isRing(const FilterParameters& parameters);
+
+/// Whether a lobe of that type comes with its mirror lobe.
+[[nodiscard]] bool isPair(const FilterParameters& parameters);
+
 /// UsageError where the parameters are wrong for every size.
 void checkFilter(const FilterParameters& parameters);
 

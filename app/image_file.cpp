@@ -98,9 +98,13 @@ void checkFormat(const fs::path& path, Depth depth) {
     }
 }
 
-void writeImage(const fs::path& path, const Image& image, Overwrite overwrite) {
+std::vector<unsigned char> encodeImage(const fs::path& path, const Image& image) {
     checkFormat(path, image.depth);
-    writeFile(path, formatOf(path).encode(image), overwrite);
+    return formatOf(path).encode(image);
+}
+
+void writeImage(const fs::path& path, const Image& image, Overwrite overwrite) {
+    writeFile(path, encodeImage(path, image), overwrite);
 }
 
 } // namespace app

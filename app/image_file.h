@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <iosfwd>
+#include <vector>
 
 namespace app {
 
@@ -22,6 +23,9 @@ namespace app {
 void checkFormat(const std::filesystem::path& path, Depth depth);
 /// The same where the depth is not known yet.
 void checkFormat(const std::filesystem::path& path);
+
+/// The bytes of a file with that name. UsageError as above.
+[[nodiscard]] std::vector<unsigned char> encodeImage(const std::filesystem::path& path, const Image& image);
 
 /// Writes an image in the format of the extension. UsageError as above, WriteError as writeFile.
 void writeImage(const std::filesystem::path& path, const Image& image, Overwrite overwrite);

@@ -1,9 +1,13 @@
 #include "app/interruption.h"
 
+#include <atomic>
+
 namespace app {
 namespace {
 
-volatile std::sig_atomic_t pendingSignal = 0;
+// Read by other threads than the one that a signal interrupts.
+std::atomic<int> pendingSignal = 0;
+static_assert(std::atomic<int>::is_always_lock_free, "a signal handler must not wait for a lock");
 
 extern "C" {
 static void onSignal(int signal) {
@@ -12,8 +16,9 @@ static void onSignal(int signal) {
 }
 
 void throwIfInterrupted() {
-    if (pendingSignal != 0) {
-        throw Interrupted(pendingSignal);
+    const int signal = pendingSignal;
+    if (signal != 0) {
+        throw Interrupted(signal);
     }
 }
 
@@ -29,6 +34,12 @@ void install(int signal, struct sigaction& previous) {
 }
 
 } // namespace
+
+int interruption() noexcept {
+    return pendingSignal;
+}
+
+InterruptibleThread::InterruptibleThread() : attention_(throwIfInterrupted) {}
 
 InterruptionScope::InterruptionScope() : attention_(throwIfInterrupted) {
     pendingSignal = 0;

@@ -16,6 +16,9 @@ public:
     explicit Interrupted(int signal) : Error(128 + signal, "interrupted") {}
 };
 
+/// The signal that came while an InterruptionScope lives; 0: none.
+[[nodiscard]] int interruption() noexcept;
+
 /// For its life SIGINT and SIGTERM set a flag, and vxAttention::check on this thread throws Interrupted once
 /// it is set. A signal that was ignored when the program started stays ignored. At most one at a time.
 class InterruptionScope {
@@ -28,6 +31,17 @@ public:
 private:
     struct sigaction previousInterrupt_ {};
     struct sigaction previousTerminate_ {};
+    vxAttention::Scope attention_;
+};
+
+/// On another thread: for its life, vxAttention::check on this thread throws Interrupted as on the thread of
+/// the InterruptionScope, which must live as long. A signal ends a wait for a pipe on the thread that it
+/// happens to reach only, so whoever waits for such a thread passes the signal on (pthread_kill).
+class InterruptibleThread {
+public:
+    InterruptibleThread();
+
+private:
     vxAttention::Scope attention_;
 };
 

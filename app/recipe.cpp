@@ -342,7 +342,7 @@ void readFilter(const Node& node, Recipe& recipe) {
     }
     checkApplicable(node, filter.type);
 
-    const bool isLobe = parameterUse(filter.type, "angle") != Use::no;
+    const bool mayBeTwo = !isRing(filter);
     if (node.has("frequency")) {
         setChecked(node.at("frequency"), filter, &FilterParameters::frequency, node.at("frequency").number());
     }
@@ -351,11 +351,11 @@ void readFilter(const Node& node, Recipe& recipe) {
                    frequencyOfPeriod(node.at("period")));
     }
     if (node.has("sigma")) {
-        setChecked(node.at("sigma"), filter, &FilterParameters::sigma, extents(node.at("sigma"), isLobe));
+        setChecked(node.at("sigma"), filter, &FilterParameters::sigma, extents(node.at("sigma"), mayBeTwo));
     }
     if (node.has("plateau")) {
         setChecked(node.at("plateau"), filter, &FilterParameters::plateau,
-                   extents(node.at("plateau"), isLobe));
+                   extents(node.at("plateau"), mayBeTwo));
     }
     if (node.has("angle")) {
         setChecked(node.at("angle"), filter, &FilterParameters::angle, radiansOf(node.at("angle").number()));
@@ -387,6 +387,7 @@ Recipe recipeOf(const Node& node) {
     Recipe recipe;
     readFilter(node.at("filter"), recipe);
     FilterSettings& settings = recipe.settings;
+    settings.wholeRings = true;
     readWord(node, "padding", paddings, settings.padding);
     readWord(node, "part", parts, settings.part);
     readWord(node, "depth", depths, settings.depth);
@@ -431,17 +432,17 @@ fs::path folderOf(const fs::path& path) {
 
 } // namespace
 
-Recipe readRecipe(std::istream& file) {
+Recipe readRecipe(std::istream& file, const fs::path& folder) {
     const Json json = parse(contents(file));
-    return recipeOf(Node(json, ""));
+    Recipe recipe = recipeOf(Node(json, ""));
+    if (!recipe.kernel.empty()) {
+        recipe.kernel = folder / recipe.kernel;
+    }
+    return recipe;
 }
 
 Recipe readRecipe(const fs::path& path) {
-    Recipe recipe = readInput(path, [](std::istream& file) { return readRecipe(file); });
-    if (!recipe.kernel.empty() && path.has_parent_path()) {
-        recipe.kernel = path.parent_path() / recipe.kernel;
-    }
-    return recipe;
+    return readInput(path, [&path](std::istream& file) { return readRecipe(file, path.parent_path()); });
 }
 
 FilterSettings settingsOf(const Recipe& recipe) {

@@ -10,6 +10,9 @@
 ///       "part": "real",
 ///       "range": "clip"
 ///     }
+///
+/// Frequencies and extents are cycles per pixel of the image in every direction, whatever its size and shape;
+/// so are its angles those of the image.
 #pragma once
 
 #include "app/atomic_file.h"
@@ -34,8 +37,8 @@ struct Recipe {
 /// that contradict each other, a version that this one does not read.
 [[nodiscard]] Recipe readRecipe(const std::filesystem::path& path);
 
-/// The same from a stream. The message has no name, and the kernel's counts from the working directory.
-[[nodiscard]] Recipe readRecipe(std::istream& file);
+/// The same from a stream of a file in that folder. The message has no name.
+[[nodiscard]] Recipe readRecipe(std::istream& file, const std::filesystem::path& folder = {});
 
 /// Reads a recipe's kernel: what filterImage takes. UnreadableError.
 [[nodiscard]] FilterSettings settingsOf(const Recipe& recipe);

@@ -3,7 +3,7 @@
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 jobs=$(nproc 2>/dev/null || echo 2)
 
-build_packages="g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libpng-dev libtiff-dev"
+build_packages="g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libpng-dev libtiff-dev nettle-dev"
 # The second line is for the examples that work with other libraries; without one of them its example is left out.
 test_packages="$build_packages libgtest-dev libgmock-dev binutils pkg-config python3
     libopencv-core-dev libfftw3-dev python3-numpy python3-pil"

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <thread>
+
 namespace {
 
 void nothing(int) {}
@@ -36,6 +39,37 @@ TEST(InterruptionScope, ForgetsWhatCameBefore) {
     vxAttention::check();
     const app::InterruptionScope scope;
     EXPECT_NO_THROW(vxAttention::check());
+}
+
+TEST(InterruptionScope, TellsWhichSignalCame) {
+    const app::InterruptionScope scope;
+    EXPECT_EQ(app::interruption(), 0);
+    std::raise(SIGTERM);
+    EXPECT_EQ(app::interruption(), SIGTERM);
+}
+
+TEST(InterruptibleThread, IsInterruptedToo) {
+    const app::InterruptionScope scope;
+    std::atomic<int> isAt = 0;
+    int exitCode = 0;
+    std::thread thread([&] {
+        EXPECT_NO_THROW(vxAttention::check()); // Not without the object.
+        const app::InterruptibleThread interruptible;
+        isAt = 1;
+        try {
+            for (;;) {
+                vxAttention::check();
+            }
+        } catch (const app::Interrupted& error) {
+            exitCode = error.exitCode();
+        }
+    });
+    while (isAt != 1) {
+        std::this_thread::yield();
+    }
+    std::raise(SIGINT); // On this thread.
+    thread.join();
+    EXPECT_EQ(exitCode, 130);
 }
 
 TEST(InterruptionScope, PutsTheHandlersBack) {

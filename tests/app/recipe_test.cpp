@@ -309,4 +309,116 @@ TEST(Recipe, SurvivesDamage) {
     EXPECT_GT(refused, 10000);
 }
 
+// A wave of that many cycles per pixel, in that direction, 0 along x, 90 along y.
+app::Image wave(long width, long height, double frequency, double degrees) {
+    const double along = 2 * std::numbers::pi * frequency * std::cos(degrees * std::numbers::pi / 180);
+    const double across = 2 * std::numbers::pi * frequency * std::sin(degrees * std::numbers::pi / 180);
+    return makeImage(width, height, Depth::float64, [=](long x, long y) {
+        return 100 * std::cos(along * static_cast<double>(x) + across * static_cast<double>(y));
+    });
+}
+
+// The root of the mean square of the middle, away from what the borders do.
+double strength(const app::Image& image) {
+    double sum = 0;
+    const long width = image.pels.width();
+    const long height = image.pels.height();
+    for (long y = height / 4; y < height * 3 / 4; ++y) {
+        for (long x = width / 4; x < width * 3 / 4; ++x) {
+            sum += image.pels.pointToRow(y)[x] * image.pels.pointToRow(y)[x];
+        }
+    }
+    return std::sqrt(4 * sum / static_cast<double>(width * height));
+}
+
+// How much of a wave a filter leaves.
+double gainOf(const app::FilterSettings& settings, const app::Image& image) {
+    return strength(app::filterImage(image, settings).image) / strength(image);
+}
+
+struct Shape {
+    long width;
+    long height;
+};
+const std::vector<Shape> shapes = {{640, 480}, {480, 640}, {512, 512}, {1000, 120}, {120, 1000}};
+
+// The fall-off of a ring is that of its sigma in cycles per pixel, whatever the direction and the shape.
+TEST(RecipeUnits, AreCyclesPerPixelInEveryDirectionForRings) {
+    const auto keep =
+        read(recipe(R"("type": "bandpass", "period": 8, "sigma": 0.03, "plateau": 0.02)")).settings;
+    const auto drop =
+        read(recipe(R"("type": "bandreject", "period": 8, "sigma": 0.03, "plateau": 0.02)")).settings;
+    for (const Shape& shape : shapes) {
+        for (const double degrees : {0.0, 27.0, 45.0, 90.0, 120.0}) {
+            for (const double offset : {0.0, 0.02, 0.05, 0.08, -0.05}) {
+                const double beyond = std::max(std::abs(offset) - 0.02, 0.0) / 0.03;
+                const double gain = std::exp(-beyond * beyond / 2);
+                const app::Image image = wave(shape.width, shape.height, 0.125 + offset, degrees);
+                EXPECT_NEAR(gainOf(keep, image), gain, 0.03)
+                    << shape.width << " x " << shape.height << ", " << degrees << ", " << offset;
+                EXPECT_NEAR(gainOf(drop, image), 1 - gain, 0.03)
+                    << shape.width << " x " << shape.height << ", " << degrees << ", " << offset;
+            }
+        }
+    }
+}
+
+TEST(RecipeUnits, AreCyclesPerPixelAndDegreesOfTheImageForLobes) {
+    const app::FilterSettings drop =
+        read(recipe(R"("type": "gabor-reject", "period": 8, "sigma": 0.02, "angle": 30)")).settings;
+    for (const Shape& shape : {shapes[0], shapes[1], shapes[2]}) {
+        EXPECT_LT(gainOf(drop, wave(shape.width, shape.height, 0.125, 30)), 0.05);
+        EXPECT_LT(gainOf(drop, wave(shape.width, shape.height, 0.125, 210)), 0.05);
+        EXPECT_GT(gainOf(drop, wave(shape.width, shape.height, 0.125, -30)), 0.97);
+        // Two sigma away along the direction and across it.
+        const double gain = 1 - std::exp(-2);
+        EXPECT_NEAR(gainOf(drop, wave(shape.width, shape.height, 0.125 + 0.04, 30)), gain, 0.04);
+        const double across = std::atan(0.04 / 0.125) * 180 / std::numbers::pi;
+        EXPECT_NEAR(gainOf(drop, wave(shape.width, shape.height, std::hypot(0.125, 0.04), 30 + across)), gain,
+                    0.04);
+    }
+}
+
+// What wholeRings is for: the library's ring ends at 0.1 + (4 * 0.01 + 0.2 + 0.05) / 2 of a transform that is
+// twice as high as wide.
+TEST(RecipeUnits, AreNotCutOffWhereTheLibrarysRingsAre) {
+    app::FilterSettings settings =
+        read(recipe(R"("type": "bandpass", "frequency": 0.1, "sigma": 0.01, "plateau": 0.2)")).settings;
+    const app::Image standing = wave(480, 640, 0.28, 90);
+    EXPECT_TRUE(settings.wholeRings);
+    EXPECT_GT(gainOf(settings, standing), 0.97);
+    settings.wholeRings = false;
+    EXPECT_LT(gainOf(settings, standing), 0.03);
+    // Images that are not taller than wide are filtered by the library as they are.
+    const app::Image lying = wave(640, 480, 0.28, 90);
+    const std::vector<double> expected = pelsOf(app::filterImage(lying, settings).image);
+    settings.wholeRings = true;
+    EXPECT_EQ(pelsOf(app::filterImage(lying, settings).image), expected);
+}
+
+TEST(RecipeUnits, LeaveTheResultUpright) {
+    const app::FilterSettings settings = read(recipe(band, R"("depth": 16)")).settings;
+    const app::Image image = patternImage(21, 50, Depth::bits8);
+    const app::FilterResult result = app::filterImage(image, settings);
+    EXPECT_EQ(result.image.pels.width(), 21);
+    EXPECT_EQ(result.image.pels.height(), 50);
+    EXPECT_EQ(result.image.depth, Depth::bits16);
+    EXPECT_EQ(result.transform, (vxPair<long>(32, 64)));
+    app::FilterSettings asIs = settings;
+    asIs.wholeRings = false;
+    const std::vector<double> library = pelsOf(app::filterImage(image, asIs).image);
+    const std::vector<double> turned = pelsOf(result.image);
+    long near = 0;
+    for (std::size_t i = 0; i < turned.size(); ++i) {
+        near += std::abs(turned[i] - library[i]) < 4000 ? 1 : 0;
+    }
+    EXPECT_GT(near, 1000); // Of 1050: the ring differs a little, the picture does not.
+
+    app::Image bad = patternImage(21, 50, Depth::float64);
+    bad.pels.pointToRow(40)[3] = std::nan("");
+    bad.name = "x.tif";
+    EXPECT_EQ(messageOf<app::UnreadableError>([&] { static_cast<void>(app::filterImage(bad, settings)); }),
+              "cannot transform x.tif: the pel at (3, 40) is not a finite number");
+}
+
 } // namespace

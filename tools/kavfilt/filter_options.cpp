@@ -103,9 +103,10 @@ void checkFilterOptions(const CLI::App& verb, const FilterOptions& options) {
     app::checkFilter(options.parameters);
 }
 
-void checkNoFilterOptions(const CLI::App& verb) {
-    checkApplicable(verb, "--filter",
-                    [](const std::string& name) { return name == "pair" ? app::Use::may : app::Use::no; });
+void checkNoFilterOptions(const CLI::App& verb, const std::string& source) {
+    checkApplicable(verb, source, [&source](const std::string& name) {
+        return name == "pair" && source == "--filter" ? app::Use::may : app::Use::no;
+    });
 }
 
 app::FilterParameters completed(const FilterOptions& options) {

@@ -20,8 +20,8 @@ void addFilterOptions(CLI::App& verb, FilterOptions& options);
 /// to the type, or a value that is wrong for every size of spectra.
 void checkFilterOptions(const CLI::App& verb, const FilterOptions& options);
 
-/// UsageError for an option beside --filter that does not apply to a filter from a file.
-void checkNoFilterOptions(const CLI::App& verb);
+/// UsageError for an option that does not apply to a filter from a file. `source` is --filter or --recipe.
+void checkNoFilterOptions(const CLI::App& verb, const std::string& source);
 
 /// The parameters with the kernel read. UnreadableError.
 [[nodiscard]] app::FilterParameters completed(const FilterOptions& options);

@@ -1,3 +1,5 @@
+#include "tools/kavfilt/save.h"
+
 #include "app/errors.h"
 #include "app/filter_file.h"
 #include "app/padding.h"
@@ -29,19 +31,8 @@ void checkSize(const vxPair<long>& size) {
 
 void save(const CLI::App& verb, const Request& request) {
     checkFilterOptions(verb, request.filter);
-    checkSize(request.imageSize);
-    app::checkFilterFormat(request.output.path);
-    app::checkWritable(request.output.path, request.output.overwrite());
-    app::FilterParameters parameters = completed(request.filter);
-    parameters.pair = false;
-    const vxPair<long> size = app::transformSize(request.imageSize.x(), request.imageSize.y());
-    const app::FilterPointer filter = app::makeFilter(parameters, size);
-    static_cast<void>(app::gains(*filter, size)); // Refuses a --dc that does not fit now rather than later.
-    app::writeFilter(request.output.path, *filter, request.output.overwrite());
-    if (!request.output.quiet) {
-        std::cout << app::oneLine(request.output.path) << ": " << parameters.type << " filter for "
-                  << app::size(size.x(), size.y()) << " spectra, written\n";
-    }
+    checkSavable(request.imageSize, request.output);
+    saveFilter(completed(request.filter), request.imageSize, request.output);
 }
 
 constexpr const char* explanation = R"(
@@ -53,6 +44,24 @@ Files
   spectra: --size rounded up to powers of two.)";
 
 } // namespace
+
+void checkSavable(const vxPair<long>& imageSize, const Output& output) {
+    checkSize(imageSize);
+    app::checkFilterFormat(output.path);
+    app::checkWritable(output.path, output.overwrite());
+}
+
+void saveFilter(app::FilterParameters parameters, const vxPair<long>& imageSize, const Output& output) {
+    parameters.pair = false;
+    const vxPair<long> size = app::transformSize(imageSize.x(), imageSize.y());
+    const app::FilterPointer filter = app::makeFilter(parameters, size);
+    static_cast<void>(app::gains(*filter, size)); // Refuses a --dc that does not fit now rather than later.
+    app::writeFilter(output.path, *filter, output.overwrite());
+    if (!output.quiet) {
+        std::cout << app::oneLine(output.path) << ": " << parameters.type << " filter for "
+                  << app::size(size.x(), size.y()) << " spectra, written\n";
+    }
+}
 
 void addSaveVerb(CLI::App& program) {
     CLI::App* verb = program.add_subcommand("save", "Build a filter and store it in a file");

@@ -7,10 +7,11 @@ void describe(CLI::App& program) {
     program.require_subcommand(1);
     program.footer(
         "Images are PNG, TIFF or PGM files, up to 2048 x 2048 pels. \"kavfilt VERB --help\" tells more.\n"
-        "Exit codes: 0 done, 1 out of memory, 2 wrong usage, 3 unreadable or unsupported input,\n"
-        "4 cannot write or exists, 130 interrupted.");
+        "Exit codes: 0 done, 1 out of memory, or files of a batch that failed, 2 wrong usage,\n"
+        "3 unreadable or unsupported input, 4 cannot write or exists, 130 interrupted.");
     addFilterVerb(program);
     addSaveVerb(program);
+    addRecipeVerb(program);
     addSpectrumVerb(program);
     addCorrelateVerb(program);
     addConvolveVerb(program);

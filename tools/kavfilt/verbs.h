@@ -10,6 +10,7 @@ void describe(CLI::App& program);
 
 void addFilterVerb(CLI::App& program);
 void addSaveVerb(CLI::App& program);
+void addRecipeVerb(CLI::App& program);
 void addInfoVerb(CLI::App& program);
 void addSpectrumVerb(CLI::App& program);
 void addCorrelateVerb(CLI::App& program);

@@ -143,9 +143,8 @@ TEST_F(FilterTypes, RefuseOptionsThatDoNotApply) {
 }
 
 TEST_F(FilterTypes, RefuseToGuess) {
-    expectRefused({}, "the filter is either --type or --filter, one of the two");
-    expectRefused(gabor + Words{"--filter", "f.kav"},
-                  "the filter is either --type or --filter, one of the two");
+    expectRefused({}, "the filter is one of --type, --filter and --recipe");
+    expectRefused(gabor + Words{"--filter", "f.kav"}, "the filter is one of --type, --filter and --recipe");
     expectRefused({"--type", "bandreject", "--sigma", "0.1"}, "--type bandreject needs --frequency");
     expectRefused({"--type", "bandpass", "--frequency", "0.1"}, "--type bandpass needs --sigma");
     expectRefused({"--type", "gabor", "--frequency", "0.1", "--sigma", "0.1"}, "--type gabor needs --angle");

@@ -17,7 +17,8 @@ TEST(Main, HelpsWithTheProgramAndEachVerb) {
     const Outcome program = run(".", {"--help"});
     EXPECT_EQ(program.exitCode, 0);
     EXPECT_EQ(program.errors, "");
-    for (const std::string verb : {"filter", "save", "spectrum", "correlate", "convolve", "info", "demo"}) {
+    for (const std::string verb :
+         {"filter", "save", "recipe", "spectrum", "correlate", "convolve", "info", "demo"}) {
         EXPECT_THAT(program.output, HasSubstr("\n  " + verb + " "));
         const Outcome help = run(".", {verb, "--help"});
         EXPECT_EQ(help.exitCode, 0);

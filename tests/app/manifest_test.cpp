@@ -1,0 +1,76 @@
+#include "app/manifest.h"
+
+#include "app/errors.h"
+#include "tests/app/files.h"
+#include "tests/app/refusal.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using testing::ElementsAre;
+
+app::Manifest example() {
+    app::ManifestEntry done;
+    done.input = "in/a.png";
+    done.isDone = true;
+    done.version = "1.2";
+    done.settings = "s1";
+    done.inputHash = "i";
+    done.contentHash = "o";
+    app::ManifestEntry failed;
+    failed.input = "in/b.png";
+    failed.exitCode = 3;
+    failed.error = "cannot read in/b.png: \"no\"\n";
+    app::Manifest manifest;
+    manifest.outputs = {{"a.png", done}, {"b.png", failed}};
+    manifest.settings = {{"s1", R"({"kavfilt":1,"x":0.1})"}, {"unused", "{}"}};
+    return manifest;
+}
+
+TEST(Manifest, GivesBackWhatWasWritten) {
+    const TemporaryFolder folder;
+    app::writeManifest(folder / "m.json", example());
+    const app::Manifest back = app::readManifest(folder / "m.json");
+    ASSERT_EQ(back.outputs.size(), 2U);
+    const app::ManifestEntry& done = back.outputs.at("a.png");
+    EXPECT_TRUE(done.isDone);
+    EXPECT_EQ(done.input, "in/a.png");
+    EXPECT_EQ(done.version, "1.2");
+    EXPECT_EQ(done.settings, "s1");
+    EXPECT_EQ(done.inputHash, "i");
+    EXPECT_EQ(done.contentHash, "o");
+    const app::ManifestEntry& failed = back.outputs.at("b.png");
+    EXPECT_FALSE(failed.isDone);
+    EXPECT_EQ(failed.exitCode, 3);
+    EXPECT_EQ(failed.error, "cannot read in/b.png: \"no\"\n");
+    EXPECT_THAT(back.settings,
+                ElementsAre(std::pair<const std::string, std::string>("s1", R"({"kavfilt":1,"x":0.1})")));
+}
+
+TEST(Manifest, RefusesAnyOtherFile) {
+    const TemporaryFolder folder;
+    const std::string path = (folder / "m.json").string();
+    const auto refusal = [&](const std::string& text) {
+        writeBytes(path, bytesOf(text));
+        return messageOf<app::UnreadableError>([&] { static_cast<void>(app::readManifest(path)); });
+    };
+    const std::string noManifest = "cannot read " + path + ": it is not the manifest of a batch";
+    for (const char* text : {"", "{}", "[]", "1", "{\"kavfilt-batch\": 1}",
+                             R"({"kavfilt-batch": 1, "outputs": {"a": {}}, "settings": {}})",
+                             R"({"kavfilt-batch": 1, "outputs": {"a": 1}, "settings": {}})",
+                             R"({"kavfilt-batch": 1, "outputs": {"a": {"input": 1, "status": "done"}}})"}) {
+        EXPECT_EQ(refusal(text), noManifest) << text;
+    }
+    EXPECT_EQ(refusal(R"({"kavfilt-batch": 2})"), "cannot read " + path + ": it is of another version");
+    EXPECT_EQ(refusal(R"({"kavfilt-batch": 1, "outputs": {"a": {"input": "", "status": "lost"}}})"),
+              "cannot read " + path + ": there is no status \"lost\"");
+    app::writeManifest(path, example());
+    const Bytes whole = readBytes(path);
+    for (std::size_t length = 0; length + 2 < whole.size(); ++length) {
+        EXPECT_EQ(refusal(std::string(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length))),
+                  noManifest);
+    }
+}
+
+} // namespace
