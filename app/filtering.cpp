@@ -23,14 +23,6 @@ double largestPel(const Image& image) {
     return std::max(std::abs(pels.minimum), std::abs(pels.maximum));
 }
 
-// Whether a filter lets the image's mean pass; if not, results lie around zero.
-bool passesMean(const vxFrequencyFilter& filter, const vxPair<long>& size) {
-    vxFrequencyBuffer spectrum(size.x(), size.y());
-    spectrum.putReal(0, 0, 1, false);
-    applyFilter(filter, spectrum);
-    return spectrum.getReal(0, 0, false) >= 0.5;
-}
-
 template <class T>
 vxPelBuffer<double> widened(const vxPelBuffer_const<T>& pels) {
     vxPelBuffer<double> result(pels.width(), pels.height());
@@ -91,7 +83,8 @@ void bringIntoRange(FilterResult& result, const FilterSettings& settings, const 
     Ranging ranging;
     ranging.range = settings.range.value_or(Range::normalize);
     ranging.from = source.depth;
-    ranging.aroundZero = settings.part != Part::magnitude && !passesMean(filter, result.transform);
+    // Without the image's mean, results lie around zero.
+    ranging.aroundZero = settings.part != Part::magnitude && gainAtDc(filter, result.transform) < 0.5;
     ranging.noise = noise * largestPel(source) * largestGain(filter, result.transform);
     result.range = bringIntoRange(result.image, result.minimum, result.maximum, ranging);
 }
@@ -242,18 +235,33 @@ void checkSettings(const FilterSettings& settings) {
     }
 }
 
-FilterResult filterImage(const Image& source, const FilterSettings& settings) {
-    if (needsTurning(source, settings)) {
-        return filterOnItsSide(source, settings);
-    }
+FilterResult startResult(const Image& source, const FilterSettings& settings) {
     checkSettings(settings);
     checkFilter(settings.filter);
     checkKernelSize(settings, source);
     FilterResult result;
     result.image.depth = settings.depth.value_or(source.depth);
     checkRange(settings, result.image.depth);
-    const bool integer = traits(result.image.depth).isInteger;
+    return result;
+}
 
+void finishResult(FilterResult& result, const FilterSettings& settings, const vxFrequencyFilter& filter,
+                  const Image& source) {
+    setExtremes(result, source);
+    if (const KnownRange* const known = knownRangeOf(settings.part.value_or(Part::real))) {
+        finishKnown(result, *known);
+    } else if (traits(result.image.depth).isInteger) {
+        bringIntoRange(result, settings, filter, source);
+    } else {
+        result.range = "written as it is";
+    }
+}
+
+FilterResult filterImage(const Image& source, const FilterSettings& settings) {
+    if (needsTurning(source, settings)) {
+        return filterOnItsSide(source, settings);
+    }
+    FilterResult result = startResult(source, settings);
     const Padding padding = settings.raw ? Padding::zero : settings.padding.value_or(Padding::mirror);
     vxFrequencyBuffer spectrum = spectrumOf(source, padding);
     result.transform = {spectrum.width(), spectrum.height()};
@@ -265,14 +273,7 @@ FilterResult filterImage(const Image& source, const FilterSettings& settings) {
     }
     const Part part = settings.part.value_or(Part::real);
     result.image.pels = imageOf(spectrum, part, source.pels.width(), source.pels.height());
-    setExtremes(result, source);
-    if (const KnownRange* const known = knownRangeOf(part)) {
-        finishKnown(result, *known);
-    } else if (integer) {
-        bringIntoRange(result, settings, *filter, source);
-    } else {
-        result.range = "written as it is";
-    }
+    finishResult(result, settings, *filter, source);
     return result;
 }
 

@@ -69,6 +69,13 @@ struct FilterResult {
     std::string range; ///< How it was brought into range, in words.
 };
 
+/// The first and the last step of filtering, for every way to do it. The first checks settings, all that the
+/// image does not need to be read for, and sets the depth; it throws as filterImage. The last brings what was
+/// computed, result.image.pels, into range; `filter` has the size result.transform.
+[[nodiscard]] FilterResult startResult(const Image& source, const FilterSettings& settings);
+void finishResult(FilterResult& result, const FilterSettings& settings, const vxFrequencyFilter& filter,
+                  const Image& source);
+
 /// Filters an image. UsageError for settings that do not fit the image, UnreadableError for pels that cannot
 /// be transformed, a kernel that is larger than the image or a built filter of another size.
 [[nodiscard]] FilterResult filterImage(const Image& source, const FilterSettings& settings);

@@ -333,6 +333,13 @@ void applyFilter(const vxFrequencyFilter& filter, vxFrequencyBuffer& spectrum) {
     }
 }
 
+double gainAtDc(const vxFrequencyFilter& filter, const vxPair<long>& size) {
+    vxFrequencyBuffer spectrum(size.x(), size.y());
+    spectrum.putReal(0, 0, 1, false);
+    applyFilter(filter, spectrum);
+    return spectrum.getReal(0, 0, false);
+}
+
 vxFrequencyBuffer gains(const vxFrequencyFilter& filter, const vxPair<long>& size) {
     vxFrequencyBuffer spectrum(size.x(), size.y());
     for (long y = 0; y < size.y(); ++y) {

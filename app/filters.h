@@ -94,6 +94,9 @@ struct FilterDescription {
 /// Filters in place. UsageError where the square around the DC reaches outside the spectrum.
 void applyFilter(const vxFrequencyFilter& filter, vxFrequencyBuffer& spectrum);
 
+/// What the filter makes of the mean. Throws as applyFilter.
+[[nodiscard]] double gainAtDc(const vxFrequencyFilter& filter, const vxPair<long>& size);
+
 /// The filter's gains as a spectrum: the response to a spectrum of ones.
 [[nodiscard]] vxFrequencyBuffer gains(const vxFrequencyFilter& filter, const vxPair<long>& size);
 

@@ -1,13 +1,43 @@
 #include "app/image.h"
 
 #include "app/errors.h"
+#include "app/memory.h"
 #include "kavstd/attention.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 
 namespace app {
+namespace {
+
+const SizeLimit defaultLimit;
+thread_local const SizeLimit* currentLimit = &defaultLimit;
+
+std::string inGigabytes(unsigned long long bytes) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.1f GB", static_cast<double>(bytes) / 1e9);
+    return text;
+}
+
+void checkMemory(unsigned long long needed, const std::string& size) {
+    const unsigned long long available = availableMemory();
+    if (needed > available) {
+        throw UnreadableError("the image is " + size + " pels; working on it needs " + inGigabytes(needed) +
+                              " of memory, but only " + inGigabytes(available) + " are available");
+    }
+}
+
+} // namespace
+
+SizeLimitScope::SizeLimitScope(const SizeLimit& limit) : limit_(limit), previous_(currentLimit) {
+    currentLimit = &limit_;
+}
+
+SizeLimitScope::~SizeLimitScope() {
+    currentLimit = previous_;
+}
 
 const DepthTraits& traits(Depth depth) {
     static constexpr DepthTraits table[] = {
@@ -20,9 +50,14 @@ vxPelBuffer<double> newPels(unsigned long long width, unsigned long long height)
     if (width == 0 || height == 0) {
         throw UnreadableError("the image is empty (" + size + ")");
     }
-    if (width > maximumSize || height > maximumSize) {
+    const SizeLimit& limit = *currentLimit;
+    const auto side = static_cast<unsigned long long>(limit.side);
+    if (width > side || height > side) {
         throw UnreadableError("the image is " + size + " pels, above the limit of " +
-                              std::to_string(maximumSize) + " x " + std::to_string(maximumSize));
+                              std::to_string(limit.side) + " x " + std::to_string(limit.side) + limit.advice);
+    }
+    if (limit.bytesPerPel > 0) {
+        checkMemory(width * height * static_cast<unsigned long long>(limit.bytesPerPel), size);
     }
     return {static_cast<long>(width), static_cast<long>(height)};
 }

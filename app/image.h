@@ -31,8 +31,29 @@ struct Image {
     std::vector<std::string> notes; ///< What reading it left out or converted, one sentence each.
 };
 
-/// An image of that size, all zero. UnreadableError for a size that is empty or above maximumSize, before any
-/// pel is allocated.
+/// How large the images may be that a thread reads or makes.
+struct SizeLimit {
+    long side = maximumSize;
+    std::string advice = {}; ///< What a refusal adds, such as "; try --this".
+    /// What working on an image needs. More than availableMemory is refused; 0 leaves that to allocating.
+    long bytesPerPel = 0;
+};
+
+/// Another limit for this thread, for the scope's life.
+class SizeLimitScope {
+public:
+    explicit SizeLimitScope(const SizeLimit& limit);
+    ~SizeLimitScope();
+    SizeLimitScope(const SizeLimitScope&) = delete;
+    SizeLimitScope& operator=(const SizeLimitScope&) = delete;
+
+private:
+    SizeLimit limit_;
+    const SizeLimit* previous_;
+};
+
+/// An image of that size, all zero. UnreadableError for a size that is empty or above the thread's limit,
+/// before any pel is allocated.
 [[nodiscard]] vxPelBuffer<double> newPels(unsigned long long width, unsigned long long height);
 
 /// The value as an integer depth stores it: rounded to nearest (halves up), clamped to 0 .. maximum; a NaN
