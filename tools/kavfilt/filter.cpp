@@ -2,6 +2,7 @@
 #include "app/filter_file.h"
 #include "app/filtering.h"
 #include "app/recipe.h"
+#include "app/tiles.h"
 #include "app/words.h"
 #include "tools/kavfilt/batch.h"
 #include "tools/kavfilt/files.h"
@@ -29,6 +30,7 @@ struct Request {
     std::optional<std::string> format;
     unsigned jobs = std::clamp(std::thread::hardware_concurrency(), 1U, app::mostJobs);
     bool json = false;
+    bool tile = false;
 };
 
 void printReport(const Request& request, const app::Image& input, const app::FilterResult& result) {
@@ -84,6 +86,12 @@ void printJson(const Request& request, const app::Image& input, const app::Filte
     std::cout << asJson(outcome) << '\n';
 }
 
+app::Image readInput(const std::string& path, bool tile) {
+    const app::SizeLimitScope limit(tile ? app::tiledLimit()
+                                         : app::SizeLimit{app::maximumSize, "; --tile filters larger ones"});
+    return app::readImage(path);
+}
+
 // Everything that can be refused is refused before the work, the cheapest first.
 void filterOne(const Request& request) {
     const std::string& name = request.inputs.front();
@@ -93,9 +101,10 @@ void filterOne(const Request& request) {
     }
     checkOutput(request.output, {name});
     const app::FilterSettings settings = settingsOf(request);
-    const app::Image input = app::readImage(name);
+    const app::Image input = readInput(name, request.tile);
     app::checkFormat(request.output.path, settings.depth.value_or(input.depth));
-    const app::FilterResult result = app::filterImage(input, settings);
+    const app::FilterResult result =
+        request.tile ? app::filterTiled(input, settings) : app::filterImage(input, settings);
     app::writeImage(request.output.path, result.image, request.output.overwrite());
     if (request.json) {
         printJson(request, input, result);
@@ -105,6 +114,9 @@ void filterOne(const Request& request) {
 }
 
 void filterMany(const Request& request) {
+    if (request.tile) {
+        throw app::UsageError("--tile is for one image at a time");
+    }
     BatchRequest batch;
     batch.inputs = request.inputs;
     batch.settings.folder = request.output.path;
@@ -198,6 +210,16 @@ Padding
   at its borders, so that no edge appears there; --pad zero extends it with zeros. The
   result is cropped to the size of the input in any case.
 
+Large images
+  --tile filters one image above 2048 x 2048 pels, up to 16384 x 16384, in overlapping
+  tiles that fade over into each other. Beyond the image lies its reflection (or zeros,
+  --pad zero); parts and ranges are those of the whole image. It takes 32 bytes of memory
+  for each pel. The filter must not spread a pel over more than 768 pels: sigma is at least
+  0.00083. Off the borders, results are those of one transform up to 0.1 % of the range of
+  the image's pels; the opposite lobe of a pair lies within one sample, 1/2048 cycles per
+  pixel, of its place. A --dc of 1 is about the mean of the image; larger ones count
+  samples of one transform and are refused.
+
 --raw is the library and nothing else: zero padding, magnitudes, which integer depths
 hold rounded and modulo 256 or 65536, or normalised with --range normalize. The filter
 is the same.)";
@@ -238,6 +260,7 @@ void addFilterVerb(CLI::App& program) {
                            {{"png", ".png"}, {"tif", ".tif"}, {"pgm", ".pgm"}},
                            "of outputs in a directory; default: as the inputs are named");
     verb->add_flag("--json", request->json, "report in JSON, an object per image");
+    verb->add_flag("--tile", request->tile, "filter in tiles, for images above 2048 x 2048");
     verb->footer(std::string(filterOptionsExplanation) + explanation);
     verb->callback([verb, request] { filter(*verb, *request); });
 }

@@ -188,8 +188,10 @@ TEST_F(Filter, RefusesUnreadableInputs) {
     expectFailure(filter("missing.png", "out.png"), 3, "cannot read missing.png: no such file");
     expectFailure(filter(".", "out.png"), 3, "cannot read .: it is a directory");
     writeBytes(folder / "large.pgm", bytesOf("P5 2049 2048 255\n"));
-    expectFailure(filter("large.pgm", "out.png"), 3,
-                  "cannot read large.pgm: the image is 2049 x 2048 pels, above the limit of 2048 x 2048");
+    expectFailure(
+        filter("large.pgm", "out.png"), 3,
+        "cannot read large.pgm: the image is 2049 x 2048 pels, above the limit of 2048 x 2048; --tile "
+        "filters larger ones");
     EXPECT_THAT(folder.names(), UnorderedElementsAre("cut.png", "large.pgm"));
 }
 

@@ -136,6 +136,25 @@ TEST_F(Suggest, MakesRecipesOfEveryTypeAndDepth) {
     }
 }
 
+double contrastOf(const app::Image& image) {
+    double sum = 0;
+    for (const double pel : pelsOf(image)) {
+        sum += (pel - 120) * (pel - 120);
+    }
+    return std::sqrt(sum / static_cast<double>(pelsOf(image).size()));
+}
+
+TEST_F(Suggest, GivesRecipesThatTakeTheStripesOut) {
+    write("bars.png", makeImage(300, 220, Depth::bits8,
+                                [](long x, long y) { return std::round(120 + 30 * wave(0.117, 64, x, y)); }));
+    EXPECT_EQ(suggest({"bars.png", "--recipe", "1", "-o", "bars.json"}).exitCode, 0);
+    const Outcome outcome =
+        run(folder.path(), {"filter", "bars.png", "-o", "clean.png", "--recipe", "bars.json"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
+    EXPECT_NEAR(contrastOf(app::readImage(folder / "bars.png")), 30 / std::sqrt(2.0), 0.1);
+    EXPECT_LT(contrastOf(app::readImage(folder / "clean.png")), 0.3 * 30 / std::sqrt(2.0));
+}
+
 TEST_F(Suggest, RefusesWhatItCannotDo) {
     write("small.png", makeImage(31, 100, Depth::bits8, [](long, long) { return 9; }));
     expectFailure(suggest({"small.png"}), 3,
