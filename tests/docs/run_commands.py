@@ -3,8 +3,8 @@
 
 usage: run_commands.py --tool KAVFILT --work FOLDER [--pictures FOLDER] PAGE
 
-The folder first gets what the page takes for granted: for README.md the pictures that its commands read, for
-docs/X.md what docs/X_scenes.py makes. Commands that stand in a table come last and in a folder of their own. A block
+The folder first gets what the page takes for granted: for docs/tool.md the pictures that its commands read, for any
+other docs/X.md what docs/X_scenes.py makes. Commands that stand in a table come last and in a folder of their own. A block
 after `<!-- output -->` is what the block before it prints.
 
 What must hold afterwards: every command succeeded and printed what the page says, every picture that the page shows
@@ -23,15 +23,15 @@ import zlib
 
 import markdown
 
-README_INPUTS = ("fabric.png", "cut-out.png", "blob.png")
+TOOL_INPUTS = ("fabric.png", "cut-out.png", "blob.png")
 
 
 def prepare(page, folder):
     shutil.rmtree(folder, ignore_errors=True)
     folder.mkdir(parents=True)
-    if page.path.name == "README.md":
-        for name in README_INPUTS:
-            shutil.copy(page.path.parent / "docs" / "pictures" / name, folder)
+    if page.path.name == "tool.md":
+        for name in TOOL_INPUTS:
+            shutil.copy(page.path.parent / "pictures" / name, folder)
     scenes = page.path.with_name(page.path.stem + "_scenes.py")
     if scenes.exists():
         subprocess.run([sys.executable, "-B", str(scenes), str(folder)], check=True)
