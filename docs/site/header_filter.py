@@ -2,12 +2,17 @@
 """Doxygen's input filter: prints a header in the form that Doxygen understands. Lines keep their numbers.
 
 - One comment stands for every overload that follows it directly: the declarations of one name without a blank
-  line in between, a setter and its getter, say. Doxygen wants a comment before each.
+  line in between, a setter and its getter, say. So it does for the other half of a pair, begin and end. Doxygen
+  wants a comment before each.
 - Private parts are left out. Doxygen would link to the types in them, which it does not describe.
 """
 
 import re
 import sys
+
+
+# What stands below the first half of a pair, under one comment; None: the comment fits both.
+PAIRS = {"operator!=": ("operator==", "The opposite of operator==."), "end": ("begin", None)}
 
 
 def declaration_end(lines, start):
@@ -45,8 +50,9 @@ def share_comments(text):
             name = function_name(" ".join(lines[index : end + 1]))
             if name is None:
                 comment, shared_name = [], None
-            elif name == shared_name:
-                lines[index] = "/** " + " ".join(comment) + " */ " + lines[index]
+            elif shared_name is not None and shared_name in (name, PAIRS.get(name, (None,))[0]):
+                words = PAIRS[name][1] if name in PAIRS else None
+                lines[index] = "/** " + (words or " ".join(comment)) + " */ " + lines[index]
             elif comment and shared_name is None:
                 shared_name = name
             else:

@@ -132,6 +132,8 @@ class Checks(unittest.TestCase):
         apart = shared.replace(";\n    [", ";\n\n    [")
         for text in (other_name, apart):
             self.assertEqual(header_filter.share_comments(text), text)
+        pair = "/// Equal.\nbool operator==(A a, A b);\nbool operator!=(A a, A b);\n"
+        self.assertIn("/** The opposite of operator==. */ bool operator!=", header_filter.share_comments(pair))
         inside = "/// A class.\nclass A {\npublic:\n    A();\n};\n"
         self.assertEqual(header_filter.share_comments(inside), inside)
 
