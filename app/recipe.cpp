@@ -281,8 +281,10 @@ void checkApplicable(const Node& filter, const std::string& type) {
     for (const std::string name : parameterNames) {
         const bool given = filter.has(name) || (name == "frequency" && filter.has("period"));
         if (parameterUse(type, name) == Use::must && !given) {
-            filter.refuse("the type " + type + " needs \"" + name + "\"" +
-                          (name == "frequency" ? " or \"period\"" : ""));
+            const char* const orPeriod = name == "frequency" ? " or \"period\"" : "";
+            std::string message = "the type " + type;
+            message.append(" needs \"").append(name).append("\"").append(orPeriod);
+            filter.refuse(message);
         }
     }
 }

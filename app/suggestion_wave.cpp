@@ -51,7 +51,8 @@ vxPair<double> vertex(const double (&z)[3][3]) {
     for (int k = 0; k < 9; ++k) {
         best = z[k / 3][k % 3] > z[best / 3][best % 3] ? k : best;
     }
-    return {best % 3 - 1.0, best / 3 - 1.0};
+    const int row = best / 3;
+    return {best % 3 - 1.0, row - 1.0};
 }
 
 } // namespace

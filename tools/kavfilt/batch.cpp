@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <iostream>
 #include <unistd.h>
 
@@ -49,7 +50,7 @@ private:
             const std::chrono::duration<double> elapsed = Clock::now() - start_;
             const double left =
                 elapsed.count() / static_cast<double>(ended_) * static_cast<double>(total_ - ended_);
-            std::cerr << ", " << static_cast<long>(left + 0.5) << " s left";
+            std::cerr << ", " << std::lround(left) << " s left";
         }
         std::cerr << "\x1b[K" << std::flush;
     }

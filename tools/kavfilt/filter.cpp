@@ -146,14 +146,15 @@ bool isFolder(const std::string& path) {
 
 void filter(const CLI::App& verb, const Request& request) {
     checkOptions(verb, request);
-    if (isFolder(request.output.path)) {
-        filterMany(request);
-    } else if (request.inputs.size() == 1) {
-        filterOne(request);
-    } else if (isImageName(request.output.path)) {
+    const bool toFolder = isFolder(request.output.path);
+    const bool several = request.inputs.size() > 1;
+    if (several && !toFolder && isImageName(request.output.path)) {
         throw app::UsageError("several images need a directory as output, not " + request.output.path);
-    } else {
+    }
+    if (several || toFolder) {
         filterMany(request);
+    } else {
+        filterOne(request);
     }
 }
 

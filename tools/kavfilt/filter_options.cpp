@@ -16,12 +16,13 @@ template <class UseOf>
 void checkApplicable(const CLI::App& verb, const std::string& words, const UseOf& useOf) {
     for (const std::string name : app::parameterNames) {
         const app::Use use = useOf(name);
-        const bool given = isGiven(verb, "--" + name);
+        const std::string option = "--" + name;
+        const bool given = isGiven(verb, option);
         if (given && use == app::Use::no) {
-            throw app::UsageError("--" + name + " does not go with " + words);
+            throw app::UsageError(option + " does not go with " + words);
         }
         if (!given && use == app::Use::must) {
-            throw app::UsageError(words + " needs --" + name);
+            throw app::UsageError(words + " needs " + option);
         }
     }
 }
