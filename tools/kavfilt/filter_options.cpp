@@ -19,10 +19,10 @@ void checkApplicable(const CLI::App& verb, const std::string& words, const UseOf
         const std::string option = "--" + name;
         const bool given = isGiven(verb, option);
         if (given && use == app::Use::no) {
-            throw app::UsageError(option + " does not go with " + words);
+            throw app::UsageError(std::string(option).append(" does not go with ").append(words));
         }
         if (!given && use == app::Use::must) {
-            throw app::UsageError(words + " needs " + option);
+            throw app::UsageError(std::string(words).append(" needs ").append(option));
         }
     }
 }
