@@ -2,6 +2,7 @@
 // every result must be what one thread alone got. After a warm-up the process must not grow.
 #include "tests/soak/programs.h"
 #include "tests/soak/random.h"
+#include "tests/support/sanitizers.h"
 
 #include <sys/resource.h>
 #include <unistd.h>
@@ -72,19 +73,6 @@ double peakMegabytes() {
     return megabytes(static_cast<double>(usage.ru_maxrss) * 1024.0);
 }
 
-// Sanitizers keep freed memory and records of their own.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool memoryIsOurs = false;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr bool memoryIsOurs = false;
-#else
-constexpr bool memoryIsOurs = true;
-#endif
-#else
-constexpr bool memoryIsOurs = true;
-#endif
-
 std::uint64_t seedOf(const Options& options, long program) {
     return static_cast<std::uint64_t>(options.seed * 1'000'000 + program);
 }
@@ -147,7 +135,7 @@ int main(int count, char** arguments) {
         "half, %.1f MiB in the second, %.1f MiB at the peak\n",
         options.threads, options.seconds, run.operations.load(), options.programs, run.differences.load(),
         warm, later, peakMegabytes());
-    const bool grew = memoryIsOurs && later > 1.25 * warm + 8.0;
+    const bool grew = !support::sanitizerKeepsMemory && later > 1.25 * warm + 8.0;
     if (grew) {
         std::puts("memory grew");
     }

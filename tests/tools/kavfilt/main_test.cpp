@@ -1,3 +1,4 @@
+#include "tests/support/sanitizers.h"
 #include "tests/tools/kavfilt/program.h"
 
 #include <gmock/gmock.h>
@@ -57,17 +58,8 @@ TEST(Main, NoticesThatItsOutputIsLost) {
     EXPECT_EQ(readBytes(folder / "errors"), bytesOf("kavfilt: cannot write to the standard output\n"));
 }
 
-// Sanitizers reserve more address space than any limit that would tell.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool limitsTell = false;
-#elif defined(__has_feature)
-constexpr bool limitsTell = !__has_feature(address_sanitizer) && !__has_feature(thread_sanitizer);
-#else
-constexpr bool limitsTell = true;
-#endif
-
 TEST(Main, SaysWhenMemoryRunsOut) {
-    if (!limitsTell) {
+    if (support::sanitizerKeepsMemory) {
         GTEST_SKIP() << "a sanitizer is at work";
     }
     const TemporaryFolder folder;
