@@ -50,6 +50,7 @@ InterruptionScope::InterruptionScope() : attention_(throwIfInterrupted) {
 InterruptionScope::~InterruptionScope() {
     sigaction(SIGINT, &previousInterrupt_, nullptr);
     sigaction(SIGTERM, &previousTerminate_, nullptr);
+    pendingSignal = 0;
 }
 
 } // namespace app

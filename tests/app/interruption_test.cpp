@@ -36,6 +36,7 @@ TEST(InterruptionScope, ForgetsWhatCameBefore) {
         std::raise(SIGINT);
         EXPECT_THROW(vxAttention::check(), app::Interrupted);
     }
+    EXPECT_EQ(app::interruption(), 0);
     vxAttention::check();
     const app::InterruptionScope scope;
     EXPECT_NO_THROW(vxAttention::check());
