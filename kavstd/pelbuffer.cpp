@@ -1,12 +1,13 @@
 #include "kavstd/pelbuffer.h"
 
+#include "kavsys/aligned_memory.h"
+
 #include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <cstring>
 #include <functional>
 #include <limits>
-#include <new>
 #include <stdexcept>
 #include <typeinfo>
 #include <utility>
@@ -34,10 +35,6 @@ bool covers(long from, long extent, long start, long size) noexcept {
            distance(from, start) <= static_cast<unsigned long>(extent - size);
 }
 
-std::shared_ptr<void> allocateBytes(std::size_t size, std::size_t alignment) {
-    void* const bytes = ::operator new(size, static_cast<std::align_val_t>(alignment));
-    return {bytes, [alignment](void* p) { ::operator delete(p, static_cast<std::align_val_t>(alignment)); }};
-}
 } // namespace
 
 vx_PelBuffer::BadGeometry::~BadGeometry() = default;
@@ -56,7 +53,8 @@ void vx_PelBuffer::allocate(long width, long height, long alignment, std::size_t
     if (rowPels > std::min(maxLong, maxBytes / pelSize / static_cast<std::size_t>(height))) {
         throw std::length_error("vxPelBuffer: image too large");
     }
-    owner_ = allocateBytes(rowPels * static_cast<std::size_t>(height) * pelSize, step);
+    owner_ = std::shared_ptr<void>(
+        vf_AllocateAligned(rowPels * static_cast<std::size_t>(height) * pelSize, step), vf_FreeAligned);
     pels_ = owner_.get();
     width_ = width;
     height_ = height;

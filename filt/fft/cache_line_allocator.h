@@ -2,8 +2,9 @@
 /// Memory that starts with a cache line, for arrays that are read in wide vectors.
 #pragma once
 
+#include "kavsys/aligned_memory.h"
+
 #include <cstddef>
-#include <new>
 
 /// An allocator of elements from a multiple of 64 bytes on.
 template <class T>
@@ -18,10 +19,10 @@ struct vx_CacheLineAllocator {
 
     /// Memory for `count` elements, not constructed, at a multiple of 64 bytes. Throws std::bad_alloc.
     [[nodiscard]] T* allocate(std::size_t count) {
-        return static_cast<T*>(::operator new(count * sizeof(T), alignment));
+        return static_cast<T*>(vf_AllocateAligned(count * sizeof(T), 64));
     }
     /// Frees what allocate gave.
-    void deallocate(T* elements, std::size_t /*count*/) noexcept { ::operator delete(elements, alignment); }
+    void deallocate(T* elements, std::size_t /*count*/) noexcept { vf_FreeAligned(elements); }
 
     /// Always true.
     template <class U>
@@ -32,7 +33,4 @@ struct vx_CacheLineAllocator {
     [[nodiscard]] bool operator!=(const vx_CacheLineAllocator<U>& /*other*/) const noexcept {
         return false;
     }
-
-private:
-    static constexpr std::align_val_t alignment{64};
 };

@@ -2,8 +2,9 @@
 /// Uninitialized room for the kernels' tables and tiles.
 #pragma once
 
+#include "kavsys/aligned_memory.h"
+
 #include <cstddef>
-#include <new>
 #include <type_traits>
 
 /// `count` elements from a cache line's start on. `Unit` makes it local to the unit of an instruction set.
@@ -13,15 +14,14 @@ class vx_Workspace {
 
 public:
     explicit vx_Workspace(std::size_t count)
-        : elements_(static_cast<T*>(::operator new(count * sizeof(T), alignment))) {}
+        : elements_(static_cast<T*>(vf_AllocateAligned(count * sizeof(T), 64))) {}
     vx_Workspace(const vx_Workspace&) = delete;
     vx_Workspace& operator=(const vx_Workspace&) = delete;
     // clang-tidy takes the memory of two of these, side by side in a std::optional, for one.
-    ~vx_Workspace() { ::operator delete(elements_, alignment); } // NOLINT(clang-analyzer-cplusplus.NewDelete)
+    ~vx_Workspace() { vf_FreeAligned(elements_); } // NOLINT(clang-analyzer-cplusplus.NewDelete)
 
     [[nodiscard, gnu::always_inline]] T* get() const noexcept { return elements_; }
 
 private:
-    static constexpr std::align_val_t alignment{64};
     T* elements_;
 };
