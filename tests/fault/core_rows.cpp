@@ -1,6 +1,7 @@
 /// \file
 /// The rows of kavsys and of kavstd without the archive and what stands on it.
 #include "kavstd/attention.h"
+#include "kavsys/aligned_memory.h"
 #include "kavsys/assert.h"
 #include "tests/fault/operands.h"
 
@@ -11,6 +12,12 @@ namespace fault {
 namespace {
 
 constexpr const char* longText = "a text that is longer than what a string keeps within itself";
+
+std::vector<Row> alignedMemoryRows() {
+    return {strong(
+        {"vf_AllocateAligned(std::size_t size, std::size_t alignment)", "vf_FreeAligned(void* memory)"}, "",
+        [] { return std::tuple(); }, [] { vf_FreeAligned(vf_AllocateAligned(100, 64)); })};
+}
 
 std::vector<Row> assertRows() {
     const std::string name = "vxAssertionFailure::";
@@ -319,7 +326,8 @@ std::vector<Row> attentionRows() {
 } // namespace
 
 std::vector<Row> coreRows() {
-    std::vector<Row> rows = assertRows();
+    std::vector<Row> rows = alignedMemoryRows();
+    append(rows, assertRows());
     append(rows, pairRows());
     append(rows, linearRows());
     append(rows, xformRows());
