@@ -353,17 +353,19 @@ private:
         }
     }
 
-    // Integer luminances are integers again; min-is-white becomes min-is-black.
+    // Luminances become values of the depth again, so that a copy of the image holds the same pels;
+    // min-is-white becomes min-is-black.
     void finishPels() {
-        if (layout_.isFloat()) {
-            return;
-        }
         const double white = traits(image_.depth).maximum;
         const bool invert = layout_.photometric == PHOTOMETRIC_MINISWHITE;
         for (long y = 0; y < image_.pels.height(); ++y) {
             double* row = image_.pels.pointToRow(y);
             for (long x = 0; x < image_.pels.width(); ++x) {
-                row[x] = invert ? white - row[x] : std::floor(row[x] + 0.5);
+                if (image_.depth == Depth::float32) {
+                    row[x] = static_cast<float>(row[x]);
+                } else if (!layout_.isFloat()) {
+                    row[x] = invert ? white - row[x] : std::floor(row[x] + 0.5);
+                }
             }
         }
     }

@@ -205,7 +205,10 @@ TEST(Tiff, ConvertsColourToLuminanceAndSaysSo) {
                 ElementsAre(wholeLuminance(200, 100, 50), 77));
     const app::Image floats = read(
         makeTiff({1, 1, 32, SAMPLEFORMAT_IEEEFP, 3, PHOTOMETRIC_RGB}, samplesOf<float>({0.5F, -0.25F, 2})));
-    EXPECT_THAT(pelsOf(floats), ElementsAre(testing::DoubleEq(luminance(0.5, -0.25, 2))));
+    EXPECT_THAT(pelsOf(floats), ElementsAre(static_cast<float>(luminance(0.5, -0.25, 2))));
+    const app::Image doubles = read(
+        makeTiff({1, 1, 64, SAMPLEFORMAT_IEEEFP, 3, PHOTOMETRIC_RGB}, samplesOf<double>({0.5, -0.25, 2})));
+    EXPECT_THAT(pelsOf(doubles), ElementsAre(testing::DoubleEq(luminance(0.5, -0.25, 2))));
 }
 
 TEST(Tiff, LeavesExtraSamplesOutAndSaysSo) {
