@@ -34,7 +34,7 @@ auto timed(const std::string& what, const Step& step) {
 }
 
 // The stain is some 25 pels thick, so its contrast lies around 0.03 cycles per pixel: above the uneven light,
-// below the weave, which starts at 0.088.
+// below the weave, which starts at 0.125.
 app::FilterSettings demoSettings() {
     app::FilterSettings settings;
     settings.filter = {"bandpass", 0.024, 0.008, 0.0, 1};

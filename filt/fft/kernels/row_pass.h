@@ -46,7 +46,8 @@ void vf_LoadRows(const Source& source, std::size_t firstRow, std::size_t samples
     }
 }
 
-/// Writes a tile's samples as records to those of its rows that `wanted` says.
+/// Writes the samples of a transform that was kept in its tile as records to those of its rows that `wanted`
+/// says.
 template <class L, class Records, class Wanted>
 void vf_StoreRecords(const vx_LaneSample<L>* tile, std::size_t samples, const Records& records,
                      std::size_t firstRow, const Wanted& wanted) {
@@ -54,9 +55,11 @@ void vf_StoreRecords(const vx_LaneSample<L>* tile, std::size_t samples, const Re
     for (std::size_t first = 0; first < samples; first += N) {
         vx_Block<L> re;
         vx_Block<L> im;
+        const vx_LaneSample<L>* const from = tile + vf_BitReversed<L>(first, samples);
         vf_Unrolled<N>([&](auto i) __attribute__((always_inline)) {
-            re[i] = tile[first + i].re;
-            im[i] = tile[first + i].im;
+            constexpr std::size_t place = vf_BitReversed<L>(i, N);
+            re[i] = from[place * (samples / N)].re;
+            im[i] = from[place * (samples / N)].im;
         });
         records.fetchAfter(first, firstRow);
         vf_TransposeBlock<L>(re);
@@ -89,35 +92,30 @@ void vf_StoreNyquist(const vx_LaneSample<L>& sample, const vx_Plane& plane, std:
     }
 }
 
-/// Transforms a tile of rows. Backward, the result is not conjugated back.
+/// Transforms a tile of rows and keeps the result in it. Backward, it is not conjugated back.
 template <class L, int direction>
-void vf_TransformRows(vx_LaneSample<L>* tile, std::size_t n, const vx_Twiddles& twiddles,
-                      vx_LaneSample<L>* spectrum) {
+void vf_TransformRows(vx_LaneSample<L>* tile, std::size_t n, const vx_Twiddles& twiddles) {
     vf_Transform<L>([tile](std::size_t i) { return vf_Directed<L, direction>(tile[i].re, tile[i].im); }, tile,
-                    n, twiddles,
-                    [spectrum](std::size_t k, const vx_LaneSample<L>& x) {
-                        spectrum[k].re = x.re;
-                        spectrum[k].im = x.im;
-                    });
+                    n, twiddles, vx_KeepInTile());
 }
 
 /// Each row of plane.width real values becomes the records of its half spectrum.
 template <class L, int direction, class Source>
 void vf_RealRowPass(const Source& source, const vx_Plane& plane, const vx_Twiddles& twiddles,
-                    vx_LaneSample<L>* tile, vx_LaneSample<L>* spectrum) {
+                    vx_LaneSample<L>* tile) {
     constexpr std::size_t N = L::count;
     const std::size_t n = plane.width / 2;
     const vx_SplitStep splitStep(n, direction);
     for (std::size_t row = 0; row < plane.height; row += N) {
         vxAttention::check();
         vf_LoadRows<L>(source, row, n, tile);
-        vf_TransformRows<L, direction>(tile, n, twiddles, spectrum);
-        for (std::size_t k = 0; direction < 0 && k < n; ++k) {
-            spectrum[k].im = -spectrum[k].im;
+        vf_TransformRows<L, direction>(tile, n, twiddles);
+        for (std::size_t i = 0; direction < 0 && i < n; ++i) {
+            tile[i].im = -tile[i].im;
         }
-        splitStep.apply<L>(spectrum);
-        vf_StoreRecords<L>(spectrum, n, vx_PlaneRecords<L>(plane), row, [](std::size_t) { return true; });
-        vf_StoreNyquist<L>(spectrum[n], plane, row);
+        splitStep.apply<L>(tile);
+        vf_StoreRecords<L>(tile, n, vx_PlaneRecords<L>(plane), row, [](std::size_t) { return true; });
+        vf_StoreNyquist<L>(tile[n], plane, row);
     }
 }
 
@@ -175,7 +173,7 @@ void vf_CopyRow(const Source& source, std::size_t width, const Records& records,
 template <class L, int direction, class Source, class Records>
 bool vf_ComplexRowPass(const Source& source, const Records& records, std::size_t width, std::size_t height,
                        const vx_RowBand& band, bool everyPlace, const vx_Twiddles& twiddles,
-                       vx_LaneSample<L>* tile, vx_LaneSample<L>* spectrum, std::uint32_t* places) {
+                       vx_LaneSample<L>* tile, std::uint32_t* places) {
     constexpr std::size_t N = L::count;
     const auto inBand = [&band](std::size_t r) { return band.contains(r); };
     for (std::size_t row = 0; row < height; row += N) {
@@ -186,8 +184,8 @@ bool vf_ComplexRowPass(const Source& source, const Records& records, std::size_t
         }
         if (count > 0) {
             vf_LoadRows<L>(source, row, width, tile);
-            vf_TransformRows<L, direction>(tile, width, twiddles, spectrum);
-            vf_StoreRecords<L>(spectrum, width, records, row, inBand);
+            vf_TransformRows<L, direction>(tile, width, twiddles);
+            vf_StoreRecords<L>(tile, width, records, row, inBand);
         }
         for (std::size_t r = row; count < N && r < row + N; ++r) {
             everyPlace = everyPlace || (!inBand(r) && !vf_IsZeroRow<L>(source, width, r));

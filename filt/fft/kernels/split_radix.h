@@ -8,13 +8,15 @@
 /// over a long span, then its parts, down to leaves of 16 samples or fewer that stay in registers.
 ///
 /// The frequencies that a node ends in are known on the way down (k = first + step * k'), so leaves hand each
-/// result to `store(k, sample)` in its natural place, and no reordering follows.
+/// result to `store(k, sample)` in its natural place, and no reordering follows. Or they leave it in the
+/// tile, where sample k is then at place vf_BitReversed(k, n).
 #pragma once
 
 #include "filt/fft/kernels/lanes.h"
 #include "filt/fft/kernels/twiddles.h"
 
 #include <cstddef>
+#include <type_traits>
 
 template <class L>
 struct vx_LaneSample {
@@ -85,12 +87,22 @@ template <class L, std::size_t n>
     }
 }
 
+/// A number below n, a power of two, with its bits in reverse order.
+template <class L>
 constexpr std::size_t vf_BitReversed(std::size_t i, std::size_t n) noexcept {
-    return n == 1 ? 0 : i % 2 * (n / 2) + vf_BitReversed(i / 2, n / 2);
+    std::size_t reversed = 0;
+    for (std::size_t bit = 1; bit < n; bit *= 2) {
+        reversed = 2 * reversed + i % 2;
+        i /= 2;
+    }
+    return reversed;
 }
 
+/// Instead of a store: leaves keep their results in the tile.
+struct vx_KeepInTile {};
+
 template <class L, std::size_t n, class Store>
-[[gnu::always_inline]] inline void vf_Leaf(const vx_LaneSample<L>* tile, vx_Frequencies frequencies,
+[[gnu::always_inline]] inline void vf_Leaf(vx_LaneSample<L>* tile, vx_Frequencies frequencies,
                                            const vx_Twiddles& twiddles, const Store& store) {
     vx_LaneSample<L> x[n];
     vf_Unrolled<n>([&](auto i) __attribute__((always_inline)) {
@@ -99,8 +111,13 @@ template <class L, std::size_t n, class Store>
     });
     vf_SmallNode<L, n>(x, twiddles);
     vf_Unrolled<n>([&](auto i) __attribute__((always_inline)) {
-        constexpr std::size_t place = vf_BitReversed(i, n);
-        store(frequencies.first + place * frequencies.step, x[i]);
+        if constexpr (std::is_same_v<Store, vx_KeepInTile>) {
+            tile[i].re = x[i].re;
+            tile[i].im = x[i].im;
+        } else {
+            constexpr std::size_t place = vf_BitReversed<L>(i, n);
+            store(frequencies.first + place * frequencies.step, x[i]);
+        }
     });
 }
 
@@ -169,8 +186,8 @@ void vf_Node(vx_LaneSample<L>* tile, std::size_t span, vx_Frequencies frequencie
     }
 }
 
-/// Transforms the samples load(i), i < n, and hands the results to store(k, sample). All are read before the
-/// first is stored. `tile` is room for n samples; load may read it.
+/// Transforms the samples load(i), i < n, and hands the results to store(k, sample), if they are not to be
+/// kept in the tile. All are read before the first is stored. `tile` is room for n samples; load may read it.
 template <class L, class Load, class Store>
 void vf_Transform(const Load& load, vx_LaneSample<L>* tile, std::size_t n, const vx_Twiddles& twiddles,
                   const Store& store) {

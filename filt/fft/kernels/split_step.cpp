@@ -23,7 +23,7 @@ vx_SplitStep::vx_SplitStep(std::size_t n, int direction)
     const float wpi = -sine(theta);
     Factor w{1.0F + wpr, wpi};
     for (std::size_t k = 1; k < n / 2; ++k) {
-        factors_.get()[k] = w;
+        factors_.get()[vf_BitReversed<Factor>(k, n / 2)] = w;
         w = {w.re + (w.re * wpr - w.im * wpi), w.im + (w.im * wpr + w.re * wpi)};
     }
 }

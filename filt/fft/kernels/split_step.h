@@ -16,15 +16,19 @@ public:
     ~vx_SplitStep();
 
     /// Takes the transform Z[0 .. n-1] of the samples z[k] = (x[2k], x[2k+1]) and leaves X[0 .. n]: one
-    /// sample more.
+    /// sample more. Sample k < n is at place vf_BitReversed(k, n).
     template <class L>
     void apply(vx_LaneSample<L>* z) const noexcept {
-        for (std::size_t k = 1; k < n_ / 2; ++k) {
-            splitPair<L>(z[k], z[n_ - k], factors_.get()[k]);
+        // Places m .. 2m-1 are the odd multiples of n / 2m: those below n/2 at even places and, from the
+        // other end on, their counterparts n - k.
+        for (std::size_t m = 2; m < n_; m *= 2) {
+            for (std::size_t place = m; place < 2 * m; place += 2) {
+                splitPair<L>(z[place], z[3 * m - 1 - place], factors_.get()[place / 2]);
+            }
         }
         // Rows of two values have no middle sample.
         if (n_ > 1) {
-            z[n_ / 2].im = -z[n_ / 2].im;
+            z[1].im = -z[1].im;
         }
         splitEnds<L>(z[0], z[n_]);
     }
@@ -64,5 +68,5 @@ private:
 
     std::size_t n_;
     float c2_;
-    vx_Workspace<Factor> factors_; // Of sample k, 1 <= k < n/2.
+    vx_Workspace<Factor> factors_; // Of the sample at place 2 i, 1 <= i < n/2.
 };

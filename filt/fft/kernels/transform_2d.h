@@ -41,9 +41,8 @@ void vf_RealTransform(const Source& source, const vx_Plane& plane) {
     }
     const std::size_t longest = vf_Greater<L>(plane.width / 2, plane.height);
     const vx_Twiddles twiddles(longest, direction);
-    const vx_Workspace<vx_LaneSample<L>> tile(longest);
-    const vx_Workspace<vx_LaneSample<L>> spectrum(plane.width / 2 + 1);
-    vf_RealRowPass<L, direction>(source, plane, twiddles, tile.get(), spectrum.get());
+    const vx_Workspace<vx_LaneSample<L>> tile(vf_Greater<L>(plane.width / 2 + 1, plane.height));
+    vf_RealRowPass<L, direction>(source, plane, twiddles, tile.get());
     vf_RealColumnPass<L, direction>(plane, twiddles, tile.get());
 }
 
@@ -55,12 +54,10 @@ void vf_ComplexTransform(const Source& source, const Records& records, std::size
     // The angles are those of the forward transform; the conjugations make the way back.
     const vx_Twiddles twiddles(longest, 1);
     const vx_Workspace<vx_LaneSample<L>> tile(longest);
-    const vx_Workspace<vx_LaneSample<L>> spectrum(width);
     const vx_Workspace<std::uint32_t, L> places(height);
     // Of four rows, a block that is skipped also has rows of the band.
-    const bool everyPlace =
-        vf_ComplexRowPass<L, direction>(source, records, width, height, band, width == 4 && height == 4,
-                                        twiddles, tile.get(), spectrum.get(), places.get());
+    const bool everyPlace = vf_ComplexRowPass<L, direction>(
+        source, records, width, height, band, width == 4 && height == 4, twiddles, tile.get(), places.get());
     if (width == height && width >= 4 && everyPlace) {
         vf_KeepSkippedBlocks<L>(records, width, band);
     }
