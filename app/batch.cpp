@@ -2,13 +2,13 @@
 
 #include "app/content_hash.h"
 #include "app/errors.h"
+#include "app/filter_file.h"
 #include "app/image_file.h"
 #include "app/input_file.h"
 #include "app/interruption.h"
+#include "app/json.h"
 #include "app/recipe.h"
-#include "kavstd/archive.h"
-
-#include <nlohmann/json.hpp>
+#include "kavstd/attention.h"
 
 #include <algorithm>
 #include <atomic>
@@ -23,8 +23,6 @@
 #include <mutex>
 #include <new>
 #include <pthread.h>
-#include <set>
-#include <sstream>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <thread>
@@ -35,7 +33,6 @@ namespace app {
 namespace {
 
 namespace fs = std::filesystem;
-using Json = nlohmann::ordered_json;
 using Clock = std::chrono::steady_clock;
 
 struct Item {
@@ -57,35 +54,33 @@ std::string hashOfPels(const Image& kernel) {
     return sha256(bytesOf(bytes));
 }
 
-std::string hashOfArchive(vxFrequencyFilter& filter) {
-    std::ostringstream stream;
-    vxOutputArchive archive(stream);
-    vxPersistent* object = &filter;
-    archive || object;
-    archive.flush();
-    return sha256(bytesOf(stream.str()));
-}
-
 // Everything that decides what a filter makes of an image, as JSON: a recipe, where files stand for their
 // content.
 std::string description(const FilterSettings& settings) {
-    Json json = Json::parse(recipeText({settings, {}}));
+    Json recipe = parseJson(recipeText({settings, {}}));
+    auto& json = std::get<Json::Object>(recipe.value);
     const FilterParameters& filter = settings.filter;
     if (filter.built) {
-        json["filter"] = {{"archive", hashOfArchive(*filter.built->filter)}};
+        Json::Object built;
+        set(built, "archive", {sha256(bytesOf(filterBytes(*filter.built->filter)))});
         if (filter.pair) {
-            json["filter"]["pair"] = *filter.pair;
+            set(built, "pair", {*filter.pair});
         }
+        set(json, "filter", {std::move(built)});
     } else if (filter.kernel) {
-        json["filter"]["kernel"] = hashOfPels(*filter.kernel);
+        Json::Object described;
+        set(described, "type", {filter.type});
+        set(described, "kernel", {hashOfPels(*filter.kernel)});
+        set(described, "unit", {filter.kernelScale == KernelScale::unit});
+        set(json, "filter", {std::move(described)});
     }
     if (settings.raw) {
-        json["raw"] = true;
+        set(json, "raw", {true});
     }
     if (settings.wholeRings) {
-        json["wholeRings"] = true;
+        set(json, "wholeRings", {true});
     }
-    return json.dump();
+    return jsonText(recipe, {});
 }
 
 fs::path outputName(const fs::path& input, const std::string& format) {
@@ -340,7 +335,9 @@ void Batch::take(const BatchOutcome& outcome) {
     if (outcome.status == Status::skipped) {
         now_.outputs.at(name).input = outcome.entry.input; // It may have another name today.
     } else {
-        now_.outputs[name] = outcome.entry;
+        // Whole or not at all, should there be no memory: half an entry would make its output a stranger.
+        ManifestEntry entry = outcome.entry;
+        now_.outputs.insert_or_assign(name, std::move(entry));
     }
 }
 

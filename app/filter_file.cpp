@@ -6,6 +6,7 @@
 #include "app/words.h"
 
 #include <bit>
+#include <new>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -64,14 +65,22 @@ void checkFilterFormat(const fs::path& path) {
     }
 }
 
-void writeFilter(const fs::path& path, vxFrequencyFilter& filter, Overwrite overwrite) {
-    checkFilterFormat(path);
+std::string filterBytes(vxFrequencyFilter& filter) {
     std::ostringstream stream;
     vxOutputArchive archive(stream);
     vxPersistent* object = &filter;
-    archive || object;
-    archive.flush();
-    const std::string bytes = stream.str();
+    try {
+        archive || object;
+        archive.flush();
+    } catch (const vxArchive::WriteFailed&) {
+        throw std::bad_alloc(); // A stream in memory fails for no other reason.
+    }
+    return stream.str();
+}
+
+void writeFilter(const fs::path& path, vxFrequencyFilter& filter, Overwrite overwrite) {
+    checkFilterFormat(path);
+    const std::string bytes = filterBytes(filter);
     writeFile(path, {reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()}, overwrite);
 }
 

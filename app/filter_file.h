@@ -7,11 +7,15 @@
 
 #include <filesystem>
 #include <iosfwd>
+#include <string>
 
 namespace app {
 
 /// UsageError unless the extension is .kav.
 void checkFilterFormat(const std::filesystem::path& path);
+
+/// What the file of one of the library's filters holds.
+[[nodiscard]] std::string filterBytes(vxFrequencyFilter& filter);
 
 /// Stores one of the library's filters. Throws as writeFile.
 void writeFilter(const std::filesystem::path& path, vxFrequencyFilter& filter, Overwrite overwrite);

@@ -3,42 +3,66 @@
 #include "app/atomic_file.h"
 #include "app/errors.h"
 #include "app/input_file.h"
-
-#include <nlohmann/json.hpp>
+#include "app/json.h"
 
 #include <istream>
-#include <iterator>
+#include <utility>
 
 namespace app {
 namespace {
 
-using Json = nlohmann::ordered_json;
+constexpr long manifestVersion = 1;
 
-constexpr int manifestVersion = 1;
+[[noreturn]] void refuse() {
+    throw UnreadableError("it is not the manifest of a batch");
+}
+
+template <class T>
+const T& member(const Json& json, const char* key) {
+    const Json* const value = json.find(key);
+    if (value == nullptr || value->as<T>() == nullptr) {
+        refuse();
+    }
+    return *value->as<T>();
+}
 
 Json asJson(const ManifestEntry& entry) {
+    Json::Object json;
+    set(json, "input", {entry.input});
+    set(json, "status", {entry.isDone ? "done" : "failed"});
     if (entry.isDone) {
-        return {{"input", entry.input},           {"status", "done"},
-                {"version", entry.version},       {"settings", entry.settings},
-                {"inputSha256", entry.inputHash}, {"outputSha256", entry.contentHash}};
+        set(json, "version", {entry.version});
+        set(json, "settings", {entry.settings});
+        set(json, "inputSha256", {entry.inputHash});
+        set(json, "outputSha256", {entry.contentHash});
+    } else {
+        set(json, "exitCode", {long{entry.exitCode}});
+        set(json, "error", {entry.error});
     }
-    return {
-        {"input", entry.input}, {"status", "failed"}, {"exitCode", entry.exitCode}, {"error", entry.error}};
+    return {std::move(json)};
+}
+
+// One byte, as the system has it.
+int exitCodeOf(long number) {
+    if (number < 0 || number > 255) {
+        throw UnreadableError("there is no exit code " + std::to_string(number));
+    }
+    return static_cast<int>(number);
 }
 
 ManifestEntry entryOf(const Json& json) {
     ManifestEntry entry;
-    entry.input = json.at("input");
-    const std::string status = json.at("status");
+    entry.input = member<std::string>(json, "input");
+    const auto& status = member<std::string>(json, "status");
     entry.isDone = status == "done";
     if (entry.isDone) {
-        entry.version = json.at("version");
-        entry.settings = json.at("settings");
-        entry.inputHash = json.at("inputSha256");
-        entry.contentHash = json.at("outputSha256");
+        entry.version = member<std::string>(json, "version");
+        entry.settings = member<std::string>(json, "settings");
+        entry.inputHash = member<std::string>(json, "inputSha256");
+        entry.contentHash = member<std::string>(json, "outputSha256");
     } else if (status == "failed") {
-        entry.exitCode = json.at("exitCode");
-        entry.error = json.at("error");
+        entry.exitCode = exitCodeOf(member<long>(json, "exitCode"));
+        entry.error = member<std::string>(json, "error");
     } else {
         throw UnreadableError("there is no status \"" + status + "\"");
     }
@@ -46,43 +70,61 @@ ManifestEntry entryOf(const Json& json) {
 }
 
 Manifest manifestOf(const Json& json) {
-    if (json.at("kavfilt-batch") != manifestVersion) {
+    if (member<long>(json, "kavfilt-batch") != manifestVersion) {
         throw UnreadableError("it is of another version");
     }
     Manifest manifest;
-    for (const auto& [name, entry] : json.at("outputs").items()) {
+    for (const auto& [name, entry] : member<Json::Object>(json, "outputs")) {
         manifest.outputs[name] = entryOf(entry);
     }
-    for (const auto& [hash, description] : json.at("settings").items()) {
-        manifest.settings[hash] = description.dump();
+    for (const auto& [hash, description] : member<Json::Object>(json, "settings")) {
+        manifest.settings[hash] = jsonText(description, {});
     }
     return manifest;
 }
 
+Json parse(std::istream& file) {
+    try {
+        return parseJson(file);
+    } catch (const UnreadableError&) {
+        refuse();
+    }
+}
+
 } // namespace
 
+Manifest readManifest(std::istream& file) {
+    return manifestOf(parse(file));
+}
+
 Manifest readManifest(const std::filesystem::path& path) {
-    return readInput(path, [](std::istream& file) {
-        try {
-            return manifestOf(Json::parse(file));
-        } catch (const Json::exception&) {
-            throw UnreadableError("it is not the manifest of a batch");
+    return readInput(path, [](std::istream& file) { return readManifest(file); });
+}
+
+std::string manifestText(const Manifest& manifest) {
+    Json::Object outputs;
+    std::map<std::string, Json> used;
+    for (const auto& [name, entry] : manifest.outputs) {
+        outputs.emplace_back(name, asJson(entry));
+        const auto description = manifest.settings.find(entry.settings);
+        if (entry.isDone && description != manifest.settings.end() && !used.contains(entry.settings)) {
+            used[entry.settings] = parseJson(description->second);
         }
-    });
+    }
+    Json::Object settings;
+    for (auto& [hash, description] : used) {
+        settings.emplace_back(hash, std::move(description));
+    }
+    Json::Object json;
+    set(json, "kavfilt-batch", {manifestVersion});
+    set(json, "outputs", {std::move(outputs)});
+    set(json, "settings", {std::move(settings)});
+    // Names of inputs and messages may hold any bytes.
+    return jsonText({std::move(json)}, {.isIndented = true}) + "\n";
 }
 
 void writeManifest(const std::filesystem::path& path, const Manifest& manifest) {
-    Json json = {
-        {"kavfilt-batch", manifestVersion}, {"outputs", Json::object()}, {"settings", Json::object()}};
-    for (const auto& [name, entry] : manifest.outputs) {
-        json["outputs"][name] = asJson(entry);
-        const auto description = manifest.settings.find(entry.settings);
-        if (description != manifest.settings.end()) {
-            json["settings"][entry.settings] = Json::parse(description->second);
-        }
-    }
-    // Names of inputs and messages may hold any bytes.
-    const std::string text = json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+    const std::string text = manifestText(manifest);
     writeFile(path, {reinterpret_cast<const unsigned char*>(text.data()), text.size()}, Overwrite::force);
 }
 

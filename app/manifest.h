@@ -3,6 +3,7 @@
 #pragma once
 
 #include <filesystem>
+#include <iosfwd>
 #include <map>
 #include <string>
 
@@ -36,7 +37,13 @@ inline constexpr const char* manifestName = "kavfilt-batch.json";
 /// UnreadableError with the file's name for anything but a manifest.
 [[nodiscard]] Manifest readManifest(const std::filesystem::path& path);
 
-/// Replaces the file whole. Settings that no output refers to are left out. Throws as writeFile.
+/// The same from a stream. The message has no name.
+[[nodiscard]] Manifest readManifest(std::istream& file);
+
+/// The manifest as a file holds it. Settings that no output refers to are left out.
+[[nodiscard]] std::string manifestText(const Manifest& manifest);
+
+/// Replaces the file whole. Throws as writeFile.
 void writeManifest(const std::filesystem::path& path, const Manifest& manifest);
 
 } // namespace app

@@ -3,15 +3,11 @@
 #include "app/errors.h"
 #include "app/image_file.h"
 #include "app/input_file.h"
+#include "app/json.h"
 #include "app/words.h"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <iterator>
-#include <limits>
-#include <set>
-#include <string_view>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -20,9 +16,8 @@ namespace app {
 namespace {
 
 namespace fs = std::filesystem;
-using Json = nlohmann::json;
 
-constexpr int recipeVersion = 1;
+constexpr long recipeVersion = 1;
 // Far above any recipe, so that no other file is taken in whole.
 constexpr std::size_t largestRecipe = std::size_t{1} << 16;
 
@@ -49,68 +44,6 @@ constexpr Word<Depth> depths[] = {
     throw UnreadableError(place.empty() ? reason : oneLine(place) + ": " + reason);
 }
 
-// One step down a JSON pointer (RFC 6901).
-std::string below(const std::string& place, std::string_view key) {
-    std::string pointer = place + "/";
-    for (const char c : key) {
-        pointer += c == '~' ? "~0" : c == '/' ? "~1" : std::string(1, c);
-    }
-    return pointer;
-}
-
-// Finds keys that are there twice, of which the parser would silently keep the last one.
-class Duplicates {
-public:
-    bool operator()(int, Json::parse_event_t event, const Json& parsed) {
-        switch (event) {
-        case Json::parse_event_t::object_start:
-            levels_.push_back({true, {}, {}, 0});
-            break;
-        case Json::parse_event_t::array_start:
-            levels_.push_back({false, {}, {}, 0});
-            break;
-        case Json::parse_event_t::object_end:
-        case Json::parse_event_t::array_end:
-            levels_.pop_back();
-            nextElement();
-            break;
-        case Json::parse_event_t::value:
-            nextElement();
-            break;
-        case Json::parse_event_t::key:
-            levels_.back().key = parsed.get<std::string>();
-            if (!levels_.back().keys.insert(levels_.back().key).second) {
-                refuse(place(), "the key is there twice");
-            }
-            break;
-        }
-        return true;
-    }
-
-private:
-    struct Level {
-        bool isObject;
-        std::set<std::string> keys;
-        std::string key;
-        std::size_t element;
-    };
-
-    void nextElement() {
-        if (!levels_.empty()) {
-            ++levels_.back().element;
-        }
-    }
-    [[nodiscard]] std::string place() const {
-        std::string pointer;
-        for (const Level& level : levels_) {
-            pointer = below(pointer, level.isObject ? level.key : std::to_string(level.element));
-        }
-        return pointer;
-    }
-
-    std::vector<Level> levels_;
-};
-
 std::string contents(std::istream& file) {
     std::string text(largestRecipe + 1, '\0');
     file.read(text.data(), static_cast<std::streamsize>(text.size()));
@@ -121,23 +54,25 @@ std::string contents(std::istream& file) {
     return text;
 }
 
-Json parse(const std::string& text) {
-    try {
-        return Json::parse(text, Duplicates());
-    } catch (const Json::exception& error) {
-        // Without the parser's own prefix, "[json.exception.parse_error.101] ".
-        const std::string message = error.what();
-        const std::size_t prefix = message.find("] ");
-        refuse("", "not JSON: " + (prefix == std::string::npos ? message : message.substr(prefix + 2)));
-    }
+std::string kindOf(const Json& value) {
+    const std::string kind = value.kind();
+    return (kind == "null" ? "" : kind == "object" || kind == "array" ? "an " : "a ") + kind;
 }
 
-std::string kindOf(const Json& value) {
-    if (value.is_null() || value.is_discarded()) {
-        return "null";
+// For messages.
+std::string textOf(const Json& value) {
+    return jsonText(value, {.isAscii = true});
+}
+
+std::optional<double> numberOf(const Json& value) {
+    if (const auto* const number = value.as<long>()) {
+        return static_cast<double>(*number);
     }
-    const std::string kind = value.type_name();
-    return (kind == "object" || kind == "array" ? "an " : "a ") + kind;
+    if (const auto* const number = value.as<std::uint64_t>()) {
+        return static_cast<double>(*number);
+    }
+    const auto* const number = value.as<double>();
+    return number != nullptr ? std::optional(*number) : std::nullopt;
 }
 
 // A value and where it stands.
@@ -151,44 +86,47 @@ public:
     }
 
     [[nodiscard]] const Json& json() const { return *value_; }
-    [[nodiscard]] bool has(const std::string& key) const { return value_->contains(key); }
-    [[nodiscard]] Node at(const std::string& key) const { return {value_->at(key), below(place_, key)}; }
-    [[nodiscard]] Node element(std::size_t index) const {
-        return {value_->at(index), below(place_, std::to_string(index))};
+    [[nodiscard]] bool has(const std::string& key) const { return value_->find(key) != nullptr; }
+    [[nodiscard]] Node at(const std::string& key) const { return {*value_->find(key), below(place_, key)}; }
+    [[nodiscard]] std::vector<Node> elements() const {
+        std::vector<Node> nodes;
+        for (const Json& element : *value_->as<Json::Array>()) {
+            nodes.emplace_back(element, below(place_, std::to_string(nodes.size())));
+        }
+        return nodes;
     }
 
     void mustBeObject() const {
-        if (!value_->is_object()) {
+        if (value_->as<Json::Object>() == nullptr) {
             refuseKind("an object");
         }
     }
     [[nodiscard]] double number() const {
-        if (!value_->is_number()) {
-            refuseKind("a number");
+        if (const std::optional<double> number = numberOf(*value_)) {
+            return *number;
         }
-        return value_->get<double>();
+        refuseKind("a number");
     }
     [[nodiscard]] long wholeNumber() const {
-        if (value_->is_number_unsigned() &&
-            value_->get<std::uint64_t>() > static_cast<std::uint64_t>(std::numeric_limits<long>::max())) {
+        if (const auto* const number = value_->as<long>()) {
+            return *number;
+        }
+        if (value_->as<std::uint64_t>() != nullptr) {
             refuse("is too large");
         }
-        if (!value_->is_number_integer()) {
-            value_->is_number() ? refuse("must be a whole number") : refuseKind("a whole number");
-        }
-        return value_->get<long>();
+        value_->as<double>() != nullptr ? refuse("must be a whole number") : refuseKind("a whole number");
     }
     [[nodiscard]] bool boolean() const {
-        if (!value_->is_boolean()) {
-            refuseKind("true or false");
+        if (const auto* const value = value_->as<bool>()) {
+            return *value;
         }
-        return value_->get<bool>();
+        refuseKind("true or false");
     }
     [[nodiscard]] std::string string() const {
-        if (!value_->is_string()) {
-            refuseKind("a string");
+        if (const auto* const text = value_->as<std::string>()) {
+            return *text;
         }
-        return value_->get<std::string>();
+        refuseKind("a string");
     }
 
 private:
@@ -198,7 +136,19 @@ private:
 
 // How a word stands in JSON: the depths 8 and 16 are numbers.
 Json wordAsJson(const char* word) {
-    return *word >= '0' && *word <= '9' ? Json(std::stoi(word)) : Json(word);
+    if (*word >= '0' && *word <= '9') {
+        return {std::stol(word)};
+    }
+    return {std::string(word)};
+}
+
+// Numbers by their value: 8.0 is 8.
+bool isSame(const Json& value, const Json& word) {
+    if (const auto* const text = word.as<std::string>()) {
+        const auto* const given = value.as<std::string>();
+        return given != nullptr && *given == *text;
+    }
+    return numberOf(value) == numberOf(word);
 }
 
 template <class T, std::size_t n>
@@ -210,21 +160,21 @@ void readWord(const Node& recipe, const char* key, const Word<T> (&words)[n], st
     std::string choices;
     for (const Word<T>& word : words) {
         const Json choice = wordAsJson(word.word);
-        if (node.json() == choice && node.json().is_string() == choice.is_string()) {
+        if (isSame(node.json(), choice)) {
             value = word.meaning;
             return;
         }
-        choices += (choices.empty() ? "" : &word == std::end(words) - 1 ? " or " : ", ") + choice.dump();
+        choices += (choices.empty() ? "" : &word == std::end(words) - 1 ? " or " : ", ") + textOf(choice);
     }
-    node.refuse("must be " + choices + ", not " + node.json().dump(-1, ' ', true));
+    node.refuse("must be " + choices + ", not " + textOf(node.json()));
 }
 
 template <class T, std::size_t n>
-void writeWord(nlohmann::ordered_json& recipe, const char* key, const Word<T> (&words)[n],
+void writeWord(Json::Object& recipe, const char* key, const Word<T> (&words)[n],
                const std::optional<T>& value) {
     for (const Word<T>& word : words) {
         if (value == word.meaning) {
-            recipe[key] = wordAsJson(word.word);
+            set(recipe, key, wordAsJson(word.word));
         }
     }
 }
@@ -237,7 +187,7 @@ bool isOneOf(const Keys& keys, const std::string& key) {
 // `elsewhere` has the keys that stand in the other object, `other`.
 template <class Keys, class OtherKeys>
 void checkKeys(const Node& object, const Keys& keys, const OtherKeys& elsewhere, const char* other) {
-    for (const auto& [key, value] : object.json().items()) {
+    for (const auto& [key, value] : *object.json().as<Json::Object>()) {
         if (isOneOf(keys, key)) {
             continue;
         }
@@ -260,7 +210,7 @@ void checkVersion(const Node& recipe) {
     const Node version = recipe.at("kavfilt");
     if (version.wholeNumber() != recipeVersion) {
         version.refuse("this program reads recipes of version " + std::to_string(recipeVersion) + ", not " +
-                       version.json().dump());
+                       textOf(version.json()));
     }
 }
 
@@ -270,7 +220,7 @@ std::string parameterOf(const std::string& key) {
 }
 
 void checkApplicable(const Node& filter, const std::string& type) {
-    for (const auto& [key, value] : filter.json().items()) {
+    for (const auto& [key, value] : *filter.json().as<Json::Object>()) {
         if (key != "type" && parameterUse(type, parameterOf(key)) == Use::no) {
             filter.at(key).refuse("does not go with the type " + type);
         }
@@ -313,16 +263,17 @@ double frequencyOfPeriod(const Node& node) {
 
 // A number, or for a lobe two of them: along and across.
 Extents extents(const Node& node, bool mayBeTwo) {
-    if (!node.json().is_array()) {
+    if (node.json().as<Json::Array>() == nullptr) {
         return node.number();
     }
     if (!mayBeTwo) {
         node.refuseKind("a number for a ring");
     }
-    if (node.json().size() != 2) {
-        node.refuse("must be two numbers, along and across, not " + std::to_string(node.json().size()));
+    const std::vector<Node> numbers = node.elements();
+    if (numbers.size() != 2) {
+        node.refuse("must be two numbers, along and across, not " + std::to_string(numbers.size()));
     }
-    return {node.element(0).number(), node.element(1).number()};
+    return {numbers[0].number(), numbers[1].number()};
 }
 
 void readFilter(const Node& node, Recipe& recipe) {
@@ -339,8 +290,8 @@ void readFilter(const Node& node, Recipe& recipe) {
         for (const std::string& type : types) {
             known += (known.empty() ? "" : ", ") + type;
         }
-        node.at("type").refuse("there is no filter type " + node.at("type").json().dump(-1, ' ', true) +
-                               "; known are " + known);
+        node.at("type").refuse("there is no filter type " + textOf(node.at("type").json()) + "; known are " +
+                               known);
     }
     checkApplicable(node, filter.type);
 
@@ -373,7 +324,8 @@ void readFilter(const Node& node, Recipe& recipe) {
     }
     if (node.has("kernel")) {
         recipe.kernel = node.at("kernel").string();
-        if (recipe.kernel.empty()) {
+        // The system would end the name at its first NUL.
+        if (recipe.kernel.empty() || recipe.kernel.native().find('\0') != std::string::npos) {
             node.at("kernel").refuse("must be the name of an image file");
         }
     }
@@ -402,30 +354,37 @@ Recipe recipeOf(const Node& node) {
     return recipe;
 }
 
-nlohmann::ordered_json asJson(const Extents& extents) {
+Json asJson(const Extents& extents) {
     const bool isOne = !(extents.along < extents.across) && !(extents.along > extents.across);
-    return isOne ? nlohmann::ordered_json(extents.along)
-                 : nlohmann::ordered_json::array({extents.along, extents.across});
+    if (isOne) {
+        return {extents.along};
+    }
+    Json::Array array;
+    array.emplace_back(extents.along);
+    array.emplace_back(extents.across);
+    return {std::move(array)};
 }
 
-nlohmann::ordered_json filterAsJson(const Recipe& recipe) {
+Json filterAsJson(const Recipe& recipe) {
     const FilterParameters& filter = recipe.settings.filter;
-    const nlohmann::ordered_json values = {
-        {"frequency", filter.frequency},
-        {"sigma", asJson(filter.sigma)},
-        {"plateau", asJson(filter.plateau)},
-        {"angle", degreesOf(filter.angle)},
-        {"dc", filter.dcRadius},
-        {"pair", filter.pair ? nlohmann::ordered_json(*filter.pair) : nlohmann::ordered_json()},
-        {"kernel", recipe.kernel.generic_string()},
-        {"unit", filter.kernelScale == KernelScale::unit}};
-    nlohmann::ordered_json result = {{"type", filter.type}};
-    for (const auto& [key, value] : values.items()) {
-        if (parameterUse(filter.type, key) != Use::no && !value.is_null()) {
-            result[key] = value;
+    Json::Object result;
+    set(result, "type", {filter.type});
+    const auto put = [&](const char* key, Json value) {
+        if (parameterUse(filter.type, key) != Use::no) {
+            set(result, key, std::move(value));
         }
+    };
+    put("frequency", {filter.frequency});
+    put("sigma", asJson(filter.sigma));
+    put("plateau", asJson(filter.plateau));
+    put("angle", {degreesOf(filter.angle)});
+    put("dc", {filter.dcRadius});
+    if (filter.pair) {
+        put("pair", {*filter.pair});
     }
-    return result;
+    put("kernel", {recipe.kernel.generic_string()});
+    put("unit", {filter.kernelScale == KernelScale::unit});
+    return {std::move(result)};
 }
 
 fs::path folderOf(const fs::path& path) {
@@ -435,7 +394,7 @@ fs::path folderOf(const fs::path& path) {
 } // namespace
 
 Recipe readRecipe(std::istream& file, const fs::path& folder) {
-    const Json json = parse(contents(file));
+    const Json json = parseJson(contents(file));
     Recipe recipe = recipeOf(Node(json, ""));
     if (!recipe.kernel.empty()) {
         recipe.kernel = folder / recipe.kernel;
@@ -457,14 +416,16 @@ FilterSettings settingsOf(const Recipe& recipe) {
 
 std::string recipeText(const Recipe& recipe) {
     const FilterSettings& settings = recipe.settings;
-    nlohmann::ordered_json json = {{"kavfilt", recipeVersion}, {"filter", filterAsJson(recipe)}};
+    Json::Object json;
+    set(json, "kavfilt", {recipeVersion});
+    set(json, "filter", filterAsJson(recipe));
     writeWord(json, "padding", paddings, settings.padding);
     writeWord(json, "part", parts, settings.part);
     writeWord(json, "range", ranges, settings.range);
     writeWord(json, "depth", depths, settings.depth);
     try {
-        return json.dump(2) + "\n";
-    } catch (const Json::exception&) {
+        return jsonText({std::move(json)}, {.isIndented = true, .replacesBadText = false}) + "\n";
+    } catch (const UsageError&) {
         throw UsageError("cannot put " + recipe.kernel.string() + " into a recipe: the name is not UTF-8");
     }
 }

@@ -1,7 +1,9 @@
 // Writes the inputs that the fuzzers of formats start from: FOLDER/TARGET/seed-NAME. The same on every
 // machine. usage: make_seeds FOLDER
+#include "app/manifest.h"
 #include "app/pgm_file.h"
 #include "app/png_file.h"
+#include "app/recipe.h"
 #include "app/tiff_file.h"
 #include "filt/fft.h"
 #include "filt/freqfilt.h"
@@ -136,6 +138,49 @@ void writeArchives(const Seeds& seeds) {
     seeds.write("archive_fuzz", "numbers", byteOf(0) + byteOf(1) + std::string(80, '\0'));
 }
 
+void writeRecipes(const Seeds& seeds) {
+    app::Recipe recipe;
+    app::FilterSettings& settings = recipe.settings;
+    settings.filter.frequency = 0.2;
+    settings.filter.sigma = 0.04;
+    settings.filter.dcRadius = 1;
+    for (const std::string& type : app::filterTypes()) {
+        settings.filter.type = type;
+        recipe.kernel = type == "image" ? "k.png" : "";
+        seeds.write("recipe_fuzz", type, app::recipeText(recipe));
+    }
+    settings.filter.type = "gabor";
+    settings.filter.sigma = {0.02, 0.04};
+    settings.filter.plateau = {0.1, 0};
+    settings.filter.angle = app::radiansOf(30);
+    settings.filter.pair = true;
+    settings.padding = app::Padding::zero;
+    settings.part = app::Part::magnitude;
+    settings.range = app::Range::clip;
+    settings.depth = app::Depth::bits16;
+    seeds.write("recipe_fuzz", "everything", app::recipeText(recipe));
+    seeds.write("recipe_fuzz", "period",
+                R"({"kavfilt":1,"filter":{"type":"bandreject","period":8,"sigma":1e-9},"part":"angle"})");
+}
+
+void writeManifests(const Seeds& seeds) {
+    app::ManifestEntry done;
+    done.input = "in/a.png";
+    done.isDone = true;
+    done.version = "1.0.0";
+    done.settings = "5e771295";
+    done.inputHash = "1287";
+    done.contentHash = "007907";
+    app::ManifestEntry failed;
+    failed.input = "in/b.png";
+    failed.exitCode = 3;
+    failed.error = "cannot read in/b.png: it is a directory";
+    const app::Manifest manifest = {{{"a.png", done}, {"b.png", failed}},
+                                    {{done.settings, R"({"kavfilt":1,"filter":{"type":"bandpass"}})"}}};
+    seeds.write("manifest_fuzz", "empty", app::manifestText({}));
+    seeds.write("manifest_fuzz", "outputs", app::manifestText(manifest));
+}
+
 } // namespace
 
 int main(int count, char** arguments) {
@@ -148,5 +193,7 @@ int main(int count, char** arguments) {
     writeSpectra(seeds);
     writeFilters(seeds);
     writeArchives(seeds);
+    writeRecipes(seeds);
+    writeManifests(seeds);
     return 0;
 }

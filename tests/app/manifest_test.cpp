@@ -6,6 +6,8 @@
 
 #include <gmock/gmock.h>
 
+#include <sstream>
+
 namespace {
 
 using testing::ElementsAre;
@@ -48,6 +50,15 @@ TEST(Manifest, GivesBackWhatWasWritten) {
                 ElementsAre(std::pair<const std::string, std::string>("s1", R"({"kavfilt":1,"x":0.1})")));
 }
 
+// A failed output has no settings, and "" is none of its.
+TEST(Manifest, LeavesOutSettingsThatNoOutputWasMadeWith) {
+    app::Manifest manifest = example();
+    manifest.outputs.erase("a.png");
+    manifest.settings[""] = "{}";
+    std::istringstream file(app::manifestText(manifest));
+    EXPECT_THAT(app::readManifest(file).settings, testing::IsEmpty());
+}
+
 TEST(Manifest, RefusesAnyOtherFile) {
     const TemporaryFolder folder;
     const std::string path = (folder / "m.json").string();
@@ -65,6 +76,24 @@ TEST(Manifest, RefusesAnyOtherFile) {
     EXPECT_EQ(refusal(R"({"kavfilt-batch": 2})"), "cannot read " + path + ": it is of another version");
     EXPECT_EQ(refusal(R"({"kavfilt-batch": 1, "outputs": {"a": {"input": "", "status": "lost"}}})"),
               "cannot read " + path + ": there is no status \"lost\"");
+    const auto withExitCode = [&](const std::string& code) {
+        return refusal(
+            R"({"kavfilt-batch": 1, "outputs": {"a": {"input": "", "status": "failed", "error": "", "exitCode": )" +
+            code + "}}, \"settings\": {}}");
+    };
+    EXPECT_EQ(withExitCode("255"), "");
+    for (const char* code : {"256", "-1", "1e300", "4294967297", "18446744073709551615", "true", "\"1\""}) {
+        EXPECT_NE(withExitCode(code), "") << code;
+    }
+    EXPECT_EQ(withExitCode("1.0"), noManifest);
+    EXPECT_EQ(withExitCode("256"), "cannot read " + path + ": there is no exit code 256");
+    const auto withDescription = [&](std::size_t levels) {
+        return refusal(R"({"kavfilt-batch": 1, "outputs": {}, "settings": {"h": )" +
+                       std::string(levels, '[') + std::string(levels, ']') + "}}");
+    };
+    EXPECT_EQ(withDescription(6), "");
+    EXPECT_EQ(withDescription(7), noManifest);
+    EXPECT_EQ(withDescription(200000), noManifest);
     app::writeManifest(path, example());
     const Bytes whole = readBytes(path);
     for (std::size_t length = 0; length + 2 < whole.size(); ++length) {

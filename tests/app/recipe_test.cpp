@@ -123,7 +123,19 @@ TEST(Recipe, RefusesWhatIsNoRecipe) {
     EXPECT_EQ(refusal("{\"kavfilt\": 1.0}"), "/kavfilt: must be a whole number");
     EXPECT_EQ(refusal("{\"kavfilt\": \"1\"}"), "/kavfilt: must be a whole number, not a string");
     EXPECT_EQ(refusal(std::string(65537, ' ')), "the file is too large for a recipe");
-    EXPECT_THAT(refusal(std::string(65536, '[')), StartsWith("not JSON: "));
+    EXPECT_THAT(refusal(std::string(65536, ' ')), StartsWith("not JSON: "));
+}
+
+TEST(Recipe, RefusesDeepNesting) {
+    const auto nested = [](std::size_t levels) {
+        return recipe(band, "\"padding\": " + std::string(levels, '[') + std::string(levels, ']'));
+    };
+    EXPECT_EQ(refusal(nested(7)),
+              "/padding: must be \"mirror\" or \"zero\", not " + std::string(7, '[') + std::string(7, ']'));
+    EXPECT_EQ(refusal(nested(8)), "/padding/0/0/0/0/0/0/0: is nested too deeply");
+    EXPECT_EQ(refusal(nested(32000)), "/padding/0/0/0/0/0/0/0: is nested too deeply");
+    EXPECT_THAT(refusal(R"({"a":{"a":{"a":{"a":{"a":{"a":{"a":{"a":{}}}}}}}}})"),
+                testing::EndsWith(": is nested too deeply"));
 }
 
 TEST(Recipe, RefusesKeysThatAreUnknownMisplacedOrThereTwice) {
@@ -169,6 +181,9 @@ TEST(Recipe, RefusesWrongTypes) {
               "/filter/kernel: must be a string, not a number");
     EXPECT_EQ(refusal(recipe(R"("type": "image", "kernel": "")")),
               "/filter/kernel: must be the name of an image file");
+    // The system would read k.png.
+    EXPECT_EQ(refusal(recipe(R"("type": "image", "kernel": "k.png\u0000x")")),
+              "/filter/kernel: must be the name of an image file");
     EXPECT_EQ(refusal(recipe(band, R"("padding": "wrap")")),
               "/padding: must be \"mirror\" or \"zero\", not \"wrap\"");
     EXPECT_EQ(refusal(recipe(band, R"("depth": "8")")),
@@ -177,6 +192,17 @@ TEST(Recipe, RefusesWrongTypes) {
               "/part: must be \"real\", \"magnitude\", \"angle\" or \"quadrant\", not null");
     EXPECT_EQ(refusal(recipe(band, R"("range": ["clip"])")),
               "/range: must be \"normalize\" or \"clip\", not [\"clip\"]");
+}
+
+TEST(Recipe, TakesNumbersByTheirValue) {
+    EXPECT_EQ(read(recipe(band, R"("depth": 8.0)")).settings.depth, Depth::bits8);
+    EXPECT_EQ(read(recipe(band, R"("depth": 1.6e1)")).settings.depth, Depth::bits16);
+    EXPECT_EQ(refusal(recipe(band, R"("depth": 8.5)")),
+              "/depth: must be 8, 16, \"float\" or \"double\", not 8.5");
+    EXPECT_EQ(read(recipe(R"("type": "bandpass", "frequency": 0, "sigma": 1)")).settings.filter.sigma.along,
+              1);
+    EXPECT_EQ(refusal(recipe(R"("type": "bandpass", "frequency": 18446744073709551615, "sigma": 1)")),
+              "/filter/frequency: Frequency must be between 0.0 and 0.5.");
 }
 
 TEST(Recipe, RefusesValuesThatNoFilterHas) {
