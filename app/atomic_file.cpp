@@ -139,6 +139,9 @@ void checkWritable(const fs::path& path, Overwrite overwrite) {
     std::error_code error;
     const fs::path target = resolved(path);
     const fs::file_status status = fs::status(target, error);
+    if (!fs::status_known(status)) { // A name that is too long, a loop of links.
+        fail(path, error.message());
+    }
     if (fs::is_directory(status)) {
         fail(path, "it is a directory");
     }

@@ -99,6 +99,12 @@ fs::path outputName(const fs::path& input, const std::string& format) {
 
 using FileId = std::pair<dev_t, ino_t>;
 
+// Not for a name that no file can have, which is told when it is written.
+bool isFile(const fs::path& path) {
+    std::error_code error;
+    return fs::is_regular_file(path, error);
+}
+
 std::optional<FileId> fileId(const fs::path& path) {
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0) {
@@ -223,13 +229,13 @@ const ManifestEntry* Batch::doneBefore(const Item& item) const {
 bool Batch::isFinished(const Item& item, const std::string& inputHash) const {
     const ManifestEntry* const entry = doneBefore(item);
     return entry != nullptr && entry->version == settings_.version && entry->settings == settingsHash_ &&
-           entry->inputHash == inputHash && fs::is_regular_file(item.output) &&
+           entry->inputHash == inputHash && isFile(item.output) &&
            readInput(item.output, [](std::istream& file) { return sha256(file); }) == entry->contentHash;
 }
 
 // Whether the output may be what a run made that was killed before its manifest could say so.
 bool mayBeUnknownResult(const fs::path& output, bool hadManifest, const ManifestEntry* entry) {
-    return hadManifest && entry == nullptr && fs::is_regular_file(output);
+    return hadManifest && entry == nullptr && isFile(output);
 }
 
 void Batch::writeOutput(const Item& item, const std::vector<unsigned char>& bytes) const {

@@ -5,7 +5,10 @@
 #include "app/input_file.h"
 #include "app/json.h"
 
+#include <algorithm>
+#include <charconv>
 #include <istream>
+#include <string_view>
 #include <utility>
 
 namespace app {
@@ -24,6 +27,53 @@ const T& member(const Json& json, const char* key) {
         refuse();
     }
     return *value->as<T>();
+}
+
+bool isUtf8(const std::string& text) {
+    try {
+        static_cast<void>(jsonText({text}, {.replacesBadText = false}));
+        return true;
+    } catch (const UsageError&) {
+        return false;
+    }
+}
+
+// A name of any bytes as JSON, which holds UTF-8 alone: of any other name, the bytes above 127 stand as a
+// slash, which no name has, and two digits.
+std::string keyOf(const std::string& name) {
+    if (isUtf8(name)) {
+        return name;
+    }
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string key;
+    for (const char c : name) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte < 0x80) {
+            key += c;
+        } else {
+            key.append({'/', digits[byte / 16], digits[byte % 16]});
+        }
+    }
+    return key;
+}
+
+std::string nameOf(const std::string& key) {
+    std::string name;
+    for (std::size_t i = 0; i < key.size(); ++i) {
+        if (key[i] != '/') {
+            name += key[i];
+            continue;
+        }
+        unsigned char byte = 0;
+        const char* const digits = key.data() + i + 1;
+        const std::size_t count = std::min<std::size_t>(2, key.size() - i - 1);
+        if (std::from_chars(digits, digits + count, byte, 16).ptr != digits + 2 || byte < 0x80) {
+            refuse();
+        }
+        name += static_cast<char>(byte);
+        i += 2;
+    }
+    return name;
 }
 
 Json asJson(const ManifestEntry& entry) {
@@ -74,8 +124,8 @@ Manifest manifestOf(const Json& json) {
         throw UnreadableError("it is of another version");
     }
     Manifest manifest;
-    for (const auto& [name, entry] : member<Json::Object>(json, "outputs")) {
-        manifest.outputs[name] = entryOf(entry);
+    for (const auto& [key, entry] : member<Json::Object>(json, "outputs")) {
+        manifest.outputs[nameOf(key)] = entryOf(entry);
     }
     for (const auto& [hash, description] : member<Json::Object>(json, "settings")) {
         manifest.settings[hash] = jsonText(description, {});
@@ -105,7 +155,7 @@ std::string manifestText(const Manifest& manifest) {
     Json::Object outputs;
     std::map<std::string, Json> used;
     for (const auto& [name, entry] : manifest.outputs) {
-        outputs.emplace_back(name, asJson(entry));
+        outputs.emplace_back(keyOf(name), asJson(entry));
         const auto description = manifest.settings.find(entry.settings);
         if (entry.isDone && description != manifest.settings.end() && !used.contains(entry.settings)) {
             used[entry.settings] = parseJson(description->second);
@@ -119,7 +169,7 @@ std::string manifestText(const Manifest& manifest) {
     set(json, "kavfilt-batch", {manifestVersion});
     set(json, "outputs", {std::move(outputs)});
     set(json, "settings", {std::move(settings)});
-    // Names of inputs and messages may hold any bytes.
+    // What else may hold any bytes, names of inputs and messages, is for people.
     return jsonText({std::move(json)}, {.isIndented = true}) + "\n";
 }
 

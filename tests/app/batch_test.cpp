@@ -490,4 +490,27 @@ TEST_F(Batch, EndsWhenTellingFails) {
     EXPECT_EQ(summary.done + summary.skipped, 6);
 }
 
+TEST_F(Batch, KnowsFilesOfAnyNameAgain) {
+    const std::vector<fs::path> inputs = {image("a\xff.png"), image("a\xfe.png"), image("\xc3\xa9.png"),
+                                          image("line\nbreak.png"), image(std::string(251, 'n') + ".png")};
+    EXPECT_THAT(counts(inputs), ElementsAre(5, 0, 0));
+    const std::map<std::string, Bytes> first = outputs();
+    EXPECT_EQ(first.size(), 6U);
+    EXPECT_THAT(counts(inputs), ElementsAre(0, 5, 0));
+    EXPECT_EQ(outputs(), first);
+}
+
+TEST_F(Batch, RefusesAnOutputWhoseNameIsTooLongEachTime) {
+    const fs::path input = folder / "in" / std::string(255, 'n');
+    fs::rename(image("a.png"), input);
+    settings.format = ".png";
+    for (int time = 0; time < 2; ++time) {
+        EXPECT_THAT(counts({input}), ElementsAre(0, 0, 1));
+        const BatchOutcome& outcome = outcomes.begin()->second;
+        EXPECT_EQ(outcome.exitCode, app::eCannotWrite);
+        EXPECT_EQ(outcome.error, "cannot write " + outcome.output.string() + ": File name too long");
+        EXPECT_EQ(outputs().size(), 1U); // The manifest.
+    }
+}
+
 } // namespace

@@ -50,6 +50,34 @@ TEST(Manifest, GivesBackWhatWasWritten) {
                 ElementsAre(std::pair<const std::string, std::string>("s1", R"({"kavfilt":1,"x":0.1})")));
 }
 
+// Two names that differ in bytes that are not UTF-8 stay two, and come back as they are.
+TEST(Manifest, KeepsNamesOfAnyBytes) {
+    const std::vector<std::string> names = {"a\xff.png", "a\xfe.png", "a\xc3\xa9.png", "b\n\"\\.png",
+                                            "\x80\xc3\xa9%ff.png"};
+    app::Manifest manifest;
+    for (const std::string& name : names) {
+        manifest.outputs[name].input = name;
+    }
+    const std::string text = app::manifestText(manifest);
+    EXPECT_THAT(text, testing::HasSubstr("\"a/ff.png\""));
+    EXPECT_THAT(text, testing::HasSubstr("\"a\xc3\xa9.png\""));
+    EXPECT_THAT(text, testing::HasSubstr("\"/80/c3/a9%ff.png\""));
+    std::istringstream file(text);
+    const app::Manifest back = app::readManifest(file);
+    EXPECT_EQ(back.outputs.size(), names.size());
+    for (const std::string& name : names) {
+        EXPECT_EQ(back.outputs.count(name), 1U) << name;
+    }
+    for (const char* key : {"a/", "a/f", "a/fg", "a/7f", "/-1", "a/f/f0"}) {
+        std::istringstream bad(
+            R"({"kavfilt-batch": 1, "outputs": {")" + std::string(key) +
+            R"(": {"input": "", "status": "failed", "error": "", "exitCode": 1}}, "settings": {}})");
+        EXPECT_EQ(messageOf<app::UnreadableError>([&] { static_cast<void>(app::readManifest(bad)); }),
+                  "it is not the manifest of a batch")
+            << key;
+    }
+}
+
 // A failed output has no settings, and "" is none of its.
 TEST(Manifest, LeavesOutSettingsThatNoOutputWasMadeWith) {
     app::Manifest manifest = example();
