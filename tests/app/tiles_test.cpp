@@ -165,6 +165,28 @@ TEST(FilterTiled, LeavesNoSeams) {
     }
 }
 
+// A kernel of one pel leaves an image as it is, so that nothing but the weights of the tiles is seen:
+// wherever two of them meet, and where a third one is near.
+TEST(FilterTiled, TilesCountOnceEverywhere) {
+    FilterSettings settings;
+    settings.filter.type = "image";
+    settings.filter.kernel = makeImage(1, 1, Depth::bits8, [](long, long) { return 1; });
+    const auto expectSame = [&](const Image& image) {
+        const std::vector<double> expected = pelsOf(image);
+        const std::vector<double> pels = pelsOf(app::filterTiled(image, settings, 128).image);
+        for (std::size_t i = 0; i < pels.size(); ++i) {
+            ASSERT_NEAR(pels[i], expected[i], 1e-3)
+                << image.pels.width() << " x " << image.pels.height() << " at " << i;
+        }
+    };
+    constexpr long valid = 128 - 2;
+    for (long length = valid - 2; length < 3 * valid; length += 3) {
+        expectSame(scene(length, 2));
+        expectSame(scene(2, length));
+    }
+    expectSame(scene(2 * valid - 5, 2 * valid - 10));
+}
+
 // A ring's gains are stored for every 1 / 32 sample of the spectrum, so that small tiles have coarser ones.
 TEST(FilterTiled, FiltersEverySizeAroundThoseOfTiles) {
     FilterSettings settings;
@@ -196,6 +218,28 @@ TEST(FilterTiled, PadsAsItIsTold) {
     EXPECT_NEAR(app::filterTiled(flat, settings, 256).image.pels.pointToRow(0)[150], 50, 3);
     EXPECT_NEAR(app::filterTiled(flat, settings, 256).image.pels.pointToRow(0)[0], 25, 3);
     EXPECT_NEAR(app::filterTiled(flat, settings, 256).image.pels.pointToRow(140)[150], 100, 0.1);
+}
+
+TEST(FilterTiled, PadsFromTheFirstPelBeyondTheBorder) {
+    const Image flat = makeImage(150, 140, Depth::float64, [](long, long) { return 90; });
+    FilterSettings settings;
+    settings.filter.type = "image";
+    settings.filter.kernel = makeImage(3, 3, Depth::bits8, [](long, long) { return 1; });
+    settings.filter.kernelScale = app::KernelScale::unit;
+    for (const double pel : pelsOf(app::filterTiled(flat, settings, 128).image)) {
+        ASSERT_NEAR(pel, 90, 1e-3);
+    }
+    settings.padding = app::Padding::zero;
+    const vxPelBuffer<double> pels = app::filterTiled(flat, settings, 128).image.pels;
+    for (const long y : {0L, 139L}) {
+        for (const long x : {0L, 149L}) {
+            EXPECT_NEAR(pels.pointToRow(y)[x], 40, 1e-3);
+            EXPECT_NEAR(pels.pointToRow(y)[75], 60, 1e-3);
+            EXPECT_NEAR(pels.pointToRow(70)[x], 60, 1e-3);
+        }
+    }
+    EXPECT_NEAR(pels.pointToRow(1)[1], 90, 1e-3);
+    EXPECT_NEAR(pels.pointToRow(138)[148], 90, 1e-3);
 }
 
 TEST(FilterTiled, NormalizesTheWholeImage) {
@@ -262,8 +306,30 @@ TEST(FilterTiled, RefusesWhatTilesCannotDo) {
     settings.filter.type = "image";
     settings.filter.kernel = makeImage(200, 20, Depth::bits8, [](long, long) { return 1; });
     EXPECT_EQ(refusal(settings), "the filter spreads pels over 101 pels, above the 96 that --tile allows");
+    settings.filter.kernel = makeImage(20, 190, Depth::bits8, [](long, long) { return 1; });
+    EXPECT_EQ(app::filterReach(settings.filter), 96);
+    EXPECT_EQ(refusal(settings), "");
     settings.filter = filter("bandpass", 0.7, 0.02);
     EXPECT_NE(refusal(settings), "");
+}
+
+TEST(FilterReach, IsThatOfTheNarrowerDirection) {
+    FilterParameters lobe = filter("gabor", 0.1, 0.02);
+    EXPECT_EQ(app::filterReach(lobe), 32);
+    lobe.sigma = {0.02, 0.01};
+    EXPECT_EQ(app::filterReach(lobe), 64);
+    lobe.sigma = {0.01, 0.02};
+    EXPECT_EQ(app::filterReach(lobe), 64);
+}
+
+TEST(FilterTiled, CountsAPartOfZeroAsPositive) {
+    const Image flat = makeImage(150, 140, Depth::float64, [](long, long) { return 137; });
+    FilterSettings settings;
+    settings.filter = filter("bandreject", 0.1, 0.04);
+    settings.part = Part::quadrant;
+    for (const double pel : pelsOf(app::filterTiled(flat, settings, 128).image)) {
+        ASSERT_EQ(pel, 0);
+    }
 }
 
 TEST(TiledLimit, TakesImagesThatFitIntoMemory) {

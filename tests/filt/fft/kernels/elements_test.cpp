@@ -1,3 +1,4 @@
+#include "kavstd/pair.h"
 #include "tests/filt/fft/kernels/kernel_data.h"
 #include "tests/oracle/arithmetic.h"
 #include "tests/oracle/map_image.h"
@@ -257,7 +258,7 @@ struct Exponents {
         along.resize((along.size() / vx_LobePart::mostColumns + 1) * vx_LobePart::mostColumns);
     }
 
-    [[nodiscard]] vx_LobePart part(std::size_t first, bool complement) const {
+    [[nodiscard]] vx_LobePart part(std::size_t first, bool complement, double acrossPlateau) const {
         return {.along = along.data() + first,
                 .across = zeros.data(),
                 .alongShift = zeros.data(),
@@ -265,7 +266,7 @@ struct Exponents {
                 .alongStep = 0.0,
                 .acrossStep = 0.0,
                 .alongPlateau = 0.0,
-                .acrossPlateau = 0.0,
+                .acrossPlateau = acrossPlateau,
                 .alongFactor = -1.0,
                 .acrossFactor = -1.0,
                 .complement = complement,
@@ -276,7 +277,8 @@ struct Exponents {
     std::vector<double> zeros = std::vector<double>(vx_LobePart::mostColumns);
 };
 
-/// The gains of both kinds where the exponents are -(a * a), for any number of values a.
+/// The gains of both kinds where the exponents are -(a * a), for any number of values a. A plateau across
+/// decides only how they are found.
 void expectLobeGains(const std::vector<double>& along) {
     const Exponents exponents(along);
     for (const bool complement : {false, true}) {
@@ -284,21 +286,24 @@ void expectLobeGains(const std::vector<double>& along) {
         for (const double a : along) {
             expected.push_back(complement ? rejectGain(-(a * a)) : passGain(-(a * a)));
         }
-        Matrix gains(along.size() + 1, 7.0F);
-        for (std::size_t first = 0; first < along.size(); first += vx_LobePart::mostColumns) {
-            vf_Elements().lobeGains(exponents.part(first, complement),
-                                    std::min(vx_LobePart::mostColumns, along.size() - first), 1,
-                                    gains.data() + first, 1);
+        for (const double acrossPlateau : {0.0, 1.0}) {
+            Matrix gains(along.size() + 1, 7.0F);
+            for (std::size_t first = 0; first < along.size(); first += vx_LobePart::mostColumns) {
+                vf_Elements().lobeGains(exponents.part(first, complement, acrossPlateau),
+                                        std::min(vx_LobePart::mostColumns, along.size() - first), 1,
+                                        gains.data() + first, 1);
+            }
+            EXPECT_EQ(gains.back(), 7.0F);
+            gains.pop_back();
+            ASSERT_TRUE(sameBits(gains, expected)) << complement << " " << acrossPlateau;
         }
-        EXPECT_EQ(gains.back(), 7.0F);
-        gains.pop_back();
-        ASSERT_TRUE(sameBits(gains, expected)) << complement;
     }
 }
 
-/// The gains of a lobe as the filters lay it over their patch.
-void expectLobe(std::size_t columns, std::size_t rows, double plateau, double sharpness, double tilt,
-                bool complement) {
+/// The gains of a lobe as the filters lay it over their patch. `middle` is the row of its centre, as a part
+/// of all.
+void expectLobe(std::size_t columns, std::size_t rows, const vxPair<double>& plateau, double sharpness,
+                double tilt, bool complement, double middle = 0.5) {
     const std::size_t step = columns + 3;
     std::vector<double> along(vx_LobePart::mostColumns);
     std::vector<double> across(vx_LobePart::mostColumns);
@@ -310,7 +315,7 @@ void expectLobe(std::size_t columns, std::size_t rows, double plateau, double sh
         across[i] = -std::sin(tilt) * x;
     }
     for (std::size_t j = 0; j < rows; ++j) {
-        const double y = (static_cast<double>(j) - 0.5 * static_cast<double>(rows) - 0.8) / 0.5;
+        const double y = (static_cast<double>(j) - middle * static_cast<double>(rows) - 0.8) / 0.5;
         alongShift.push_back(std::sin(tilt) * y);
         acrossShift.push_back(std::cos(tilt) * y);
     }
@@ -320,8 +325,8 @@ void expectLobe(std::size_t columns, std::size_t rows, double plateau, double sh
                               .acrossShift = acrossShift.data(),
                               .alongStep = std::sin(tilt) / 0.5,
                               .acrossStep = std::cos(tilt) / 0.5,
-                              .alongPlateau = plateau,
-                              .acrossPlateau = plateau / 3.0,
+                              .alongPlateau = plateau.x(),
+                              .acrossPlateau = plateau.y(),
                               .alongFactor = -sharpness,
                               .acrossFactor = -3.0 * sharpness,
                               .complement = complement,
@@ -345,7 +350,8 @@ void expectLobe(std::size_t columns, std::size_t rows, double plateau, double sh
 
 TEST(Elements, FindTheGainsOfALobe) {
     forEachInstructionSet([] {
-        for (const double plateau : {0.0, 3.5}) {
+        for (const double width : {0.0, 3.5}) {
+            const vxPair<double> plateau(width, width / 3.0);
             // From one that hardly falls to one of a single entry.
             for (const double sharpness : {1e-12, 1e-5, 3e-4, 0.004, 0.1, 1.7, 60.0, 1e4, 1e300}) {
                 for (const double tilt : {0.0, 0.5, 2.1, 3.14159}) {
@@ -355,6 +361,31 @@ TEST(Elements, FindTheGainsOfALobe) {
                             expectLobe(columns, rows, plateau, sharpness, tilt, columns % 2 != 0);
                         }
                     }
+                }
+            }
+        }
+    });
+}
+
+TEST(Elements, FindTheGainsOfALobeWithAPlateauInOneDirection) {
+    forEachInstructionSet([] {
+        for (const vxPair<double>& plateau : {vxPair<double>(3.5, 0.0), vxPair<double>(0.0, 3.5)}) {
+            for (const double sharpness : {3e-4, 0.004, 0.1}) {
+                expectLobe(37, 64, plateau, sharpness, 0.5, false);
+                expectLobe(37, 64, plateau, sharpness, 0.5, true);
+            }
+        }
+    });
+}
+
+// Filters of large spectra are laid in parts, most of which lie to one side of the lobe's centre.
+TEST(Elements, FindTheGainsOfALobeBesideItsCentre) {
+    forEachInstructionSet([] {
+        for (const double middle : {-1.0, 0.0, 1.0, 2.0}) {
+            for (const double sharpness : {3e-4, 0.004, 0.02, 0.1, 1.7, 60.0}) {
+                for (const double tilt : {0.0, 0.5, 1.5707963267948966}) {
+                    expectLobe(37, 64, {0.0, 0.0}, sharpness, tilt, false, middle);
+                    expectLobe(37, 64, {0.0, 0.0}, sharpness, tilt, true, middle);
                 }
             }
         }
@@ -417,7 +448,7 @@ TEST(Elements, LobesHardlyAskTheMathsLibrary) {
         for (const double plateau : {0.0, 1e-9}) {
             asked = 0;
             for (const bool complement : {false, true}) {
-                vx_LobePart part = exponents.part(0, complement);
+                vx_LobePart part = exponents.part(0, complement, 0.0);
                 part.alongShift = shifts.data();
                 part.alongStep = 0.001;
                 part.alongPlateau = plateau;
