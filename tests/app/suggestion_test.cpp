@@ -294,6 +294,48 @@ TEST(FindPeaks, MarksHarmonics) {
     }
 }
 
+// The harmonic that the peak at that frequency along x is, if any; waves of these frequencies, the strongest
+// first.
+std::optional<app::Harmonic> harmonicAt(double frequency, const std::vector<double>& frequencies) {
+    Image image = grey(200, 160, Depth::float64);
+    double amplitude = 20;
+    for (const double f : frequencies) {
+        image = with({f, 0, amplitude--}, image);
+    }
+    const std::vector<SpectralPeak> peaks = app::findPeaks(image);
+    EXPECT_EQ(peaks.size(), frequencies.size());
+    const auto peak = std::find_if(peaks.begin(), peaks.end(), [frequency](const SpectralPeak& candidate) {
+        return std::abs(candidate.frequency - frequency) < 1e-4;
+    });
+    if (peak == peaks.end()) {
+        ADD_FAILURE() << "no peak at " << frequency;
+        return std::nullopt;
+    }
+    return peak->harmonic;
+}
+
+TEST(FindPeaks, MarksHarmonicsFromTheSecondToTheEighth) {
+    for (const long order : {2L, 3L, 8L}) {
+        const std::optional<app::Harmonic> harmonic =
+            harmonicAt(static_cast<double>(order) * 0.05, {0.05, static_cast<double>(order) * 0.05});
+        ASSERT_TRUE(harmonic) << order;
+        EXPECT_EQ(harmonic->order, order);
+        EXPECT_EQ(harmonic->of, 0U);
+    }
+    EXPECT_FALSE(harmonicAt(0.45, {0.05, 0.45}));
+    EXPECT_FALSE(harmonicAt(0.05, {0.05, 0.1}));
+    // A cell and a half beside one.
+    EXPECT_FALSE(harmonicAt(0.1075, {0.05, 0.1075}));
+    // The third at 0.45 is one; the fourth at 0.6 would be a wave of 0.4.
+    EXPECT_TRUE(harmonicAt(0.45, {0.15, 0.45}));
+    EXPECT_FALSE(harmonicAt(0.4, {0.15, 0.4}));
+    // Of the lowest frequency that fits.
+    const std::optional<app::Harmonic> harmonic = harmonicAt(0.2, {0.1, 0.05, 0.2});
+    ASSERT_TRUE(harmonic);
+    EXPECT_EQ(harmonic->order, 4);
+    EXPECT_EQ(harmonic->of, 1U);
+}
+
 TEST(FindPeaks, FindsTheWeaveOfTheFabric) {
     const std::vector<SpectralPeak> peaks = app::findPeaks(app::fabricPicture());
     ASSERT_EQ(peaks.size(), 10U);
@@ -313,6 +355,7 @@ TEST(FindPeaks, LeavesOutWhatRoundingMakes) {
 TEST(FindPeaks, RefusesWhatItCannotSearch) {
     EXPECT_EQ(messageOf<app::UnreadableError>([] { static_cast<void>(app::findPeaks(grey(31, 200))); }),
               "cannot search : it is 31 x 200 pels, less than 32 x 32");
+    EXPECT_EQ(app::findPeaks(with({0.2, 0}, grey(32, 32))).size(), 1U);
     Image image = grey(40, 40, Depth::float32);
     image.name = "a.tif";
     image.pels.pointToRow(3)[5] = std::nan("");
@@ -381,6 +424,34 @@ TEST(SuggestedFilter, TakesStripesOut) {
     EXPECT_LT(left.inside, 0.2);
 }
 
+app::Extents sigmaOf(const Image& image) {
+    const std::vector<SpectralPeak> peaks = app::findPeaks(image);
+    EXPECT_EQ(peaks.size(), 1U);
+    return peaks.empty() ? app::Extents() : peaks[0].sigma;
+}
+
+TEST(SuggestedFilter, IsAsWideAsFrequencyBordersAndPeakAskFor) {
+    // A part of the frequency.
+    const app::Extents high = sigmaOf(with({0.4, 0}, grey(300, 220, Depth::float64)));
+    EXPECT_NEAR(high.along, 0.4 / 24, 1e-4);
+    EXPECT_NEAR(high.across, 0.4 / 24, 1e-4);
+    // Two resolution cells, which are not the same in both directions.
+    const app::Extents middle = sigmaOf(with({0.1, 0}, grey(100, 80, Depth::float64)));
+    EXPECT_NEAR(middle.along, 0.02, 1e-4);
+    EXPECT_NEAR(middle.across, 0.025, 1e-4);
+    // A third of the frequency at most.
+    const app::Extents low = sigmaOf(with({0.04, 0}, grey(100, 100, Depth::float64)));
+    EXPECT_NEAR(low.along, 0.04 / 3, 1e-4);
+    // Twice the standard deviation of a peak's Gaussian: that of a wave under a Gaussian of seven pels.
+    const Stripe stripe{0.2, 0};
+    const app::Extents wide = sigmaOf(makeImage(256, 256, Depth::float64, [&](long x, long y) {
+        const double r = std::hypot(static_cast<double>(x) - 127.5, static_cast<double>(y) - 127.5) / 7;
+        return stripe.at(x, y) * std::exp(-r * r / 2);
+    }));
+    EXPECT_NEAR(wide.along, 2 / (2 * pi * 7), 0.0025);
+    EXPECT_NEAR(wide.across, 2 / (2 * pi * 7), 0.0025);
+}
+
 TEST(SuggestedFilter, IsRightForEveryType) {
     SpectralPeak peak;
     peak.frequency = 0.12345678;
@@ -400,6 +471,10 @@ TEST(SuggestedFilter, IsRightForEveryType) {
 }
 
 TEST(SuggestedFilter, IsNoneBeyondTheFilters) {
+    SpectralPeak highest;
+    highest.frequency = 0.5;
+    highest.sigma = 0.02;
+    EXPECT_EQ(app::suggestedFilter(highest, "bandreject").value().frequency, 0.5);
     const Stripe stripe{0.6, 45};
     const std::vector<SpectralPeak> peaks = app::findPeaks(with(stripe, grey(128, 128)));
     ASSERT_EQ(peaks.size(), 1U);
