@@ -22,6 +22,8 @@ public:
     [[nodiscard]] float* columns(std::size_t column) const noexcept { return plane_.columns(column); }
     /// Floats from a record to that of the next row.
     [[nodiscard]] std::size_t step(std::size_t column) const noexcept { return plane_.step(column); }
+    /// The records of these columns as a tile, if they lie one after the other.
+    [[nodiscard]] vx_LaneSample<L>* asTile(std::size_t /*column*/) const noexcept { return nullptr; }
     /// Has the memory brought to the caches that comes after these records of L::count rows.
     void fetchAfter(std::size_t /*column*/, std::size_t /*firstRow*/) const noexcept {
         // Nothing: the rows have just been read, or processors foresee what follows in a row.
@@ -50,6 +52,9 @@ public:
                                : second_.get() + 2 * (column - split_) * height_;
     }
     [[nodiscard]] std::size_t step(std::size_t /*column*/) const noexcept { return step_; }
+    [[nodiscard]] vx_LaneSample<L>* asTile(std::size_t column) const noexcept {
+        return reinterpret_cast<vx_LaneSample<L>*>(columns(column));
+    }
     [[gnu::always_inline]] void fetchAfter(std::size_t column, std::size_t firstRow) const noexcept {
         const std::size_t next = column + L::count;
         if (next < width_) {

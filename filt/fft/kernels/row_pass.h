@@ -203,5 +203,5 @@ bool vf_ComplexRowPass(const Source& source, const Records& records, std::size_t
         }
         places[row] = static_cast<std::uint32_t>(shared);
     }
-    return everyPlace;
+    return everyPlace || shared == height;
 }

@@ -56,13 +56,15 @@ void vf_ComplexTransform(const Source& source, const Records& records, std::size
     const vx_Workspace<vx_LaneSample<L>> tile(longest);
     const vx_Workspace<std::uint32_t, L> places(height);
     // Of four rows, a block that is skipped also has rows of the band.
-    const bool everyPlace = vf_ComplexRowPass<L, direction>(
+    const bool ownPlaces = vf_ComplexRowPass<L, direction>(
         source, records, width, height, band, width == 4 && height == 4, twiddles, tile.get(), places.get());
-    if (width == height && width >= 4 && everyPlace) {
+    if (width == height && width >= 4 && ownPlaces) {
         vf_KeepSkippedBlocks<L>(records, width, band);
     }
     for (std::size_t column = 0; column < width; column += L::count) {
+        // In place, if there is one: a tile besides would crowd the caches.
+        vx_LaneSample<L>* const own = ownPlaces ? records.asTile(column) : nullptr;
         vf_TransformColumns<L>(vf_RecordLoader<L>(records, places.get(), column), height, twiddles,
-                               tile.get(), columns.from(column));
+                               own != nullptr ? own : tile.get(), columns.from(column));
     }
 }
