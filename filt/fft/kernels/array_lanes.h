@@ -104,6 +104,8 @@ struct vx_ArrayLanes {
             return lane < n ? a.lane[lane] : b.lane[lane - n];
         });
     }
+    [[gnu::always_inline]] static void stream(float* to, const V& v) noexcept { store(to, v); }
+    [[gnu::always_inline]] static void finishStreams() noexcept {}
     [[gnu::always_inline]] static V sqrt(const V& v) noexcept {
         return vf_EachLane<float, n>([&](std::size_t i) { return std::sqrt(v.lane[i]); });
     }

@@ -14,6 +14,7 @@ using Vector = float __attribute__((vector_size(32)));
 using DoubleVector = double __attribute__((vector_size(32)));
 
 struct Lanes : vx_X86Lanes<Lanes, Vector, DoubleVector> {
+    static void stream(float* to, V v) noexcept { _mm256_stream_ps(to, v); }
     using vx_X86Lanes::load;
     static V load(const unsigned char* pels) noexcept {
         return _mm256_cvtepi32_ps(

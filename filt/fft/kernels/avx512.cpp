@@ -15,6 +15,7 @@ using DoubleVector = double __attribute__((vector_size(64)));
 constexpr __mmask16 everyLane = 0xffff;
 
 struct Lanes : vx_X86Lanes<Lanes, Vector, DoubleVector> {
+    static void stream(float* to, V v) noexcept { _mm512_stream_ps(to, v); }
     using vx_X86Lanes::load;
     static V load(const unsigned char* pels) noexcept {
         return fromIntegers(

@@ -91,53 +91,59 @@ private:
     Second second_;
 };
 
-/// Puts the columns of a half spectrum where their records were, and their conjugates at the negative
-/// frequencies, column width - u of row -v. For these to fill whole vectors, those of columns column + 1 ..
-/// column + L::count are written: the last one has been transformed before.
-///
-/// With each sample the memory is fetched where the next record's go, since no processor foresees accesses
-/// that are whole rows apart.
-template <class L, int direction>
-class vx_HermitianStore {
-public:
-    vx_HermitianStore(const vx_Plane& plane, std::size_t column) noexcept
-        : first_(plane.data + 2 * column)
-        , mirror_(plane.data + 2 * (plane.width - column - L::count))
-        , step_(2 * plane.width)
-        , next_(column == 0 ? 0 : 2 * L::count)
-        , height_(plane.height)
-        , nextIsNyquist_(column + L::count == plane.width / 2) {}
-
-    [[gnu::always_inline]] void operator()(std::size_t v, const vx_LaneSample<L>& x) const noexcept {
-        constexpr std::size_t N = L::count;
-        using Pattern = typename vx_Patterns<L>::ReverseAfter;
-        using V = typename L::V;
-        const vx_LaneSample<L> y = vf_Directed<L, direction>(x.re, x.im);
-        float* const to = first_ + v * step_;
-        vf_StoreInterleaved<L>(to, y.re, y.im);
-        const V re = L::template shuffle<Pattern>(y.re, L::fill(to[2 * N]));
-        const V im = L::template shuffle<Pattern>(y.im, L::fill(to[2 * N + 1]));
-        float* const mirror = mirror_ + (v == 0 ? 0 : height_ - v) * step_;
-        vf_Fetch<L>(to - next_, 2 * N);
-        vf_Fetch<L>(mirror + next_, 2 * N);
-        if (!nextIsNyquist_) {
-            vf_StoreInterleaved<L>(mirror, re, -im);
+/// Fills the columns beyond width / 2, Nyquist, of rows first .. first + L::count - 1: column width - u of
+/// row -v is the conjugate of column u of row v. The vectors go to store(float*, vector).
+template <class L, class Store>
+[[gnu::always_inline]] inline void vf_CompleteRows(const vx_Plane& plane, std::size_t first,
+                                                   const Store& store) {
+    constexpr std::size_t N = L::count;
+    using P = vx_Patterns<L>;
+    const std::size_t half = plane.width; // Floats.
+    for (std::size_t v = first; v < first + N; ++v) {
+        const float* const from = plane.row(v == 0 ? 0 : plane.height - v) + half;
+        float* const to = plane.row(v) + half;
+        if constexpr (N == 1) {
+            for (std::size_t i = 2; i < half; i += 2) {
+                to[i] = *(from - i);
+                to[i + 1] = -*(from - i + 1);
+            }
         } else {
+            const auto mirrored = [from](std::size_t i) __attribute__((always_inline)) {
+                const typename L::V x = L::load(from - i - (N - 2));
+                const typename L::V y = L::template shuffle<typename P::PairsReversed>(x, x);
+                return L::template shuffle<typename P::EvenThenOdd>(y, -y);
+            };
             // Nyquist is its own mirror image, and stays what it is.
-            float room[2 * N];
-            vf_StoreInterleaved<L>(room, re, -im);
-            vf_Copy<L>(room + 2, 2 * N - 2, mirror + 2);
+            const float re = to[0];
+            const float im = to[1];
+            L::store(to, mirrored(0));
+            to[0] = re;
+            to[1] = im;
+            for (std::size_t i = N; i < half; i += N) {
+                store(to + i, mirrored(i));
+            }
         }
     }
+}
 
-private:
-    float* first_;
-    float* mirror_;
-    std::size_t step_;
-    std::size_t next_; ///< Floats to the next record, down, or to its conjugates, up; 0: none follows.
-    std::size_t height_;
-    bool nextIsNyquist_;
-};
+/// The same of all rows, once the other columns are there: processors foresee what follows in a row, but not
+/// accesses that are whole rows apart.
+template <class L>
+void vf_CompletePlane(const vx_Plane& plane) {
+    // What is too large for the caches next to a processor goes past them, or they would read it first.
+    constexpr std::size_t large = std::size_t{1} << 20; // Samples.
+    const bool streams = plane.width * plane.height >= large &&
+                         reinterpret_cast<std::uintptr_t>(plane.data) % sizeof(typename L::V) == 0;
+    for (std::size_t row = 0; row < plane.height; row += L::count) {
+        vxAttention::check();
+        if (streams) {
+            vf_CompleteRows<L>(plane, row, [](float* to, const typename L::V& v) { L::stream(to, v); });
+            L::finishStreams();
+        } else {
+            vf_CompleteRows<L>(plane, row, [](float* to, const typename L::V& v) { L::store(to, v); });
+        }
+    }
+}
 
 /// Columns 0 .. width/2 of a half spectrum whose rows are transformed, and with them the others.
 template <class L, int direction>
@@ -146,7 +152,6 @@ void vf_RealColumnPass(const vx_Plane& plane, const vx_Twiddles& twiddles, vx_La
     const std::size_t width = plane.width;
     const std::size_t height = plane.height;
     const vx_PlaneRecords<L> records(plane);
-    // First, since its record lies where mirrored columns go.
     vf_TransformColumns<L>(vf_RecordLoader<L, direction>(records, width / 2), height, twiddles, tile,
                            [&](std::size_t v, const vx_LaneSample<L>& x) {
                                const vx_LaneSample<L> y = vf_Directed<L, direction>(x.re, x.im);
@@ -157,9 +162,10 @@ void vf_RealColumnPass(const vx_Plane& plane, const vx_Twiddles& twiddles, vx_La
                                L::store(room, y.im);
                                to[1] = room[0];
                            });
-    for (std::size_t column = width / 2; column > 0;) {
-        column -= N;
+    const vx_SpectrumColumns<L, direction> columns(plane);
+    for (std::size_t column = 0; column < width / 2; column += N) {
         vf_TransformColumns<L>(vf_RecordLoader<L, direction>(records, column), height, twiddles, tile,
-                               vx_HermitianStore<L, direction>(plane, column));
+                               columns.from(column));
     }
+    vf_CompletePlane<L>(plane);
 }

@@ -4,6 +4,7 @@
 ///
 ///     V                   a vector of `count` floats with + - * among vectors, * by a float, and unary -
 ///     load, store         from and to memory of any alignment
+///     stream              to aligned memory, past the caches; finishStreams() before others may read it
 ///     fill(float)         the same in every lane
 ///     lesser, greater     of two vectors lane by lane; of two zeros, or with a NaN, the second
 ///     D                   a vector of half as many doubles, with the same, fill(double) and
@@ -165,9 +166,9 @@ struct vx_Patterns {
     struct EvenThenOdd {
         static constexpr std::size_t lane(std::size_t i) { return i + i % 2 * N; }
     };
-    // The first lane of b, then those of a from the last one down to the second.
-    struct ReverseAfter {
-        static constexpr std::size_t lane(std::size_t i) { return N - i; }
+    // Pairs of lanes from the last one down to the first.
+    struct PairsReversed {
+        static constexpr std::size_t lane(std::size_t i) { return N - 2 - i + i % 2 * 2; }
     };
 };
 

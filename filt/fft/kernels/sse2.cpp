@@ -14,6 +14,7 @@ using Vector = float __attribute__((vector_size(16)));
 using DoubleVector = double __attribute__((vector_size(16)));
 
 struct Lanes : vx_X86Lanes<Lanes, Vector, DoubleVector> {
+    static void stream(float* to, V v) noexcept { _mm_stream_ps(to, v); }
     using vx_X86Lanes::load;
     static V load(const unsigned char* pels) noexcept {
         std::int32_t four = 0;

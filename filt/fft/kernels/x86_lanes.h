@@ -6,13 +6,16 @@
 #include "filt/internal/convert.h"
 
 #include <cstddef>
+#include <immintrin.h>
 
-/// `Set` adds load() from integer pels; narrowed(D, D); sqrt(V), lesser(V, V) and greater(V, V); equal(V, V);
-/// fitIntegers(V), whether all lanes fit 32-bit integers; narrow(V, pels) for both kinds of integers, which
-/// truncates to 32 bits and then to the pel; and widen(V, double*).
+/// `Set` adds load() from integer pels; stream(float*, V); narrowed(D, D); sqrt(V), lesser(V, V) and
+/// greater(V, V); equal(V, V); fitIntegers(V), whether all lanes fit 32-bit integers; narrow(V, pels) for
+/// both kinds of integers, which truncates to 32 bits and then to the pel; and widen(V, double*).
 template <class Set, class Vector, class DoubleVector>
 struct vx_X86Lanes : vx_VectorLanes<Set, Vector, DoubleVector> {
     using Base = vx_VectorLanes<Set, Vector, DoubleVector>;
+
+    static void finishStreams() noexcept { _mm_sfence(); }
 
     using Base::load;
     static Vector load(const double* pels) noexcept {

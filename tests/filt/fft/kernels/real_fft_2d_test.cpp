@@ -1,10 +1,14 @@
+#include "filt/fft/cache_line_allocator.h"
 #include "filt/fft/kernels/kernels.h"
 #include "tests/filt/fft/kernels/kernel_data.h"
 #include "tests/oracle/fft_kernels.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <limits>
+#include <vector>
 
 namespace {
 
@@ -55,6 +59,26 @@ TEST(RealFFT2D, AgreesBitByBitWithTheLiteralStepsBackward) {
         expectLiteral(side, side, Kind::noise, -1);
         expectLiteral(side, side / 2, Kind::integers, -1);
         expectLiteral(side / 4, side, Kind::wideRange, -1);
+    }
+}
+
+// A large spectrum goes past the caches where it starts with a cache line.
+TEST(RealFFT2D, GivesTheSameBitsAtEveryAddress) {
+    constexpr std::size_t cacheLine = 64 / sizeof(float);
+    for (const long side : {512L, 1024L, 2048L}) {
+        const Matrix input = kernel_data::make(side, side, Kind::noise, 5);
+        Matrix expected = input;
+        oracle::realFFT2D(expected, side, side, 1);
+        std::vector<float, vx_CacheLineAllocator<float>> room(input.size() + cacheLine);
+        kernel_data::forEachInstructionSet([&] {
+            for (const std::size_t shift : {std::size_t{0}, std::size_t{1}, cacheLine / 2}) {
+                float* const data = room.data() + shift;
+                std::copy(input.begin(), input.end(), data);
+                vf_RealFFT2D(data, {side, side}, 1, 0, side);
+                EXPECT_TRUE(kernel_data::sameBits(Matrix(data, data + input.size()), expected))
+                    << side << " x " << side << ", " << shift << " floats from the start of a line";
+            }
+        });
     }
 }
 
