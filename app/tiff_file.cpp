@@ -362,7 +362,7 @@ private:
             double* row = image_.pels.pointToRow(y);
             for (long x = 0; x < image_.pels.width(); ++x) {
                 if (image_.depth == Depth::float32) {
-                    row[x] = static_cast<float>(row[x]);
+                    row[x] = static_cast<double>(static_cast<float>(row[x]));
                 } else if (!layout_.isFloat()) {
                     row[x] = invert ? white - row[x] : std::floor(row[x] + 0.5);
                 }
