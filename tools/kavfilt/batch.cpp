@@ -1,15 +1,16 @@
 #include "tools/kavfilt/batch.h"
 
 #include "app/errors.h"
+#include "app/json.h"
 #include "app/words.h"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <iostream>
+#include <string>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -79,29 +80,38 @@ void printOutcome(const app::BatchOutcome& outcome) {
 } // namespace
 
 std::string asJson(const app::BatchOutcome& outcome) {
-    nlohmann::ordered_json object = {{"input", outcome.input.string()}, {"output", outcome.output.string()}};
+    app::Json::Object object;
+    const auto pairOf = [](const vxPair<long>& pair) {
+        app::Json::Array array;
+        array.emplace_back(pair.x());
+        array.emplace_back(pair.y());
+        return app::Json(std::move(array));
+    };
+    set(object, "input", app::Json(outcome.input.string()));
+    set(object, "output", app::Json(outcome.output.string()));
     switch (outcome.status) {
-    case Status::done:
-        object["status"] = "done";
-        object["size"] = {outcome.size.x(), outcome.size.y()};
-        object["depth"] = app::traits(outcome.result.image.depth).name;
-        object["transform"] = {outcome.result.transform.x(), outcome.result.transform.y()};
-        object["minimum"] = outcome.result.minimum;
-        object["maximum"] = outcome.result.maximum;
-        object["range"] = outcome.result.range;
-        object["notes"] = outcome.source.notes;
-        break;
-    case Status::skipped:
-        object["status"] = "skipped";
-        break;
-    case Status::failed:
-        object["status"] = "failed";
-        object["exitCode"] = outcome.exitCode;
-        object["error"] = outcome.error;
+    case Status::done: {
+        app::Json::Array notes(outcome.source.notes.begin(), outcome.source.notes.end());
+        set(object, "status", app::Json(std::string("done")));
+        set(object, "size", pairOf(outcome.size));
+        set(object, "depth", app::Json(std::string(app::traits(outcome.result.image.depth).name)));
+        set(object, "transform", pairOf(outcome.result.transform));
+        set(object, "minimum", app::Json(outcome.result.minimum));
+        set(object, "maximum", app::Json(outcome.result.maximum));
+        set(object, "range", app::Json(outcome.result.range));
+        set(object, "notes", app::Json(std::move(notes)));
         break;
     }
-    // A file's name may hold any bytes.
-    return object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+    case Status::skipped:
+        set(object, "status", app::Json(std::string("skipped")));
+        break;
+    case Status::failed:
+        set(object, "status", app::Json(std::string("failed")));
+        set(object, "exitCode", app::Json(static_cast<long>(outcome.exitCode)));
+        set(object, "error", app::Json(outcome.error));
+        break;
+    }
+    return app::jsonText(app::Json(std::move(object)), {}); // A file's name may hold any bytes.
 }
 
 void filterBatch(const BatchRequest& request) {

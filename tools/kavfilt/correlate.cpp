@@ -1,12 +1,12 @@
 #include "app/image_file.h"
+#include "app/json.h"
 #include "app/match.h"
 #include "app/words.h"
 #include "tools/kavfilt/verbs.h"
 
-#include <nlohmann/json.hpp>
-
 #include <iostream>
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -20,11 +20,15 @@ void correlate(const Request& request) {
     const app::Image image = app::readImage(request.image);
     const app::Match match = app::findPattern(image, app::readImage(request.pattern));
     if (request.json) {
-        const nlohmann::ordered_json object = {{"x", match.x},
-                                               {"y", match.y},
-                                               {"height", match.height},
-                                               {"pel", {match.best.x(), match.best.y()}}};
-        std::cout << object << '\n';
+        app::Json::Array pel;
+        pel.emplace_back(match.best.x());
+        pel.emplace_back(match.best.y());
+        app::Json::Object object;
+        set(object, "x", app::Json(match.x));
+        set(object, "y", app::Json(match.y));
+        set(object, "height", app::Json(match.height));
+        set(object, "pel", app::Json(std::move(pel)));
+        std::cout << app::jsonText(app::Json(std::move(object)), {}) << '\n';
         return;
     }
     std::cout << "x " << app::number(match.x) << " y " << app::number(match.y) << " height "

@@ -1,18 +1,18 @@
 #include "app/errors.h"
 #include "app/image_file.h"
+#include "app/json.h"
 #include "app/recipe.h"
 #include "app/suggestion.h"
 #include "app/words.h"
 #include "tools/kavfilt/files.h"
 #include "tools/kavfilt/verbs.h"
 
-#include <nlohmann/json.hpp>
-
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <utility>
 
 namespace {
 
@@ -82,29 +82,39 @@ void printTable(const Peaks& peaks, const Request& request, const app::Image& im
     }
 }
 
+app::Json asJson(const app::Harmonic& harmonic) {
+    app::Json::Object object;
+    set(object, "of", app::Json(static_cast<long>(harmonic.of) + 1));
+    set(object, "order", app::Json(harmonic.order));
+    return app::Json(std::move(object));
+}
+
+app::Json asJson(const app::SpectralPeak& peak, std::size_t index, const std::optional<app::Recipe>& recipe) {
+    app::Json::Object object;
+    set(object, "number", app::Json(static_cast<long>(index) + 1));
+    set(object, "frequency", app::Json(peak.frequency));
+    set(object, "period", app::Json(1 / peak.frequency));
+    set(object, "angle", app::Json(peak.angle));
+    set(object, "amplitude", app::Json(peak.amplitude));
+    set(object, "prominence", app::Json(peak.prominence));
+    set(object, "harmonic", peak.harmonic ? asJson(*peak.harmonic) : app::Json());
+    set(object, "recipe", recipe ? app::parseJson(app::recipeText(*recipe)) : app::Json());
+    return app::Json(std::move(object));
+}
+
 void printJson(const Peaks& peaks, const Request& request, const app::Image& image) {
-    using Json = nlohmann::ordered_json;
-    Json list = Json::array();
+    app::Json::Array list;
     for (std::size_t i = 0; i < peaks.size(); ++i) {
-        const app::SpectralPeak& peak = peaks[i];
-        const std::optional<app::Recipe> recipe = recipeFor(peak, request, image);
-        list.push_back({{"number", i + 1},
-                        {"frequency", peak.frequency},
-                        {"period", 1 / peak.frequency},
-                        {"angle", peak.angle},
-                        {"amplitude", peak.amplitude},
-                        {"prominence", peak.prominence},
-                        {"harmonic", nullptr},
-                        {"recipe", recipe ? Json::parse(app::recipeText(*recipe)) : Json()}});
-        if (peak.harmonic) {
-            list.back()["harmonic"] = {{"of", peak.harmonic->of + 1}, {"order", peak.harmonic->order}};
-        }
+        list.push_back(asJson(peaks[i], i, recipeFor(peaks[i], request, image)));
     }
-    const Json object = {{"file", image.name},
-                         {"width", image.pels.width()},
-                         {"height", image.pels.height()},
-                         {"peaks", list}};
-    std::cout << object.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+    app::Json::Object object;
+    set(object, "file", app::Json(image.name));
+    set(object, "width", app::Json(image.pels.width()));
+    set(object, "height", app::Json(image.pels.height()));
+    set(object, "peaks", app::Json(std::move(list)));
+    app::JsonStyle style;
+    style.isIndented = true;
+    std::cout << app::jsonText(app::Json(std::move(object)), style) << '\n';
 }
 
 // All that there are, or none if one cannot be written. Returns the report.
