@@ -1,6 +1,7 @@
 /// \file
 /// The second pass of a 2-D transform: it takes the records of a tile of columns, where each lane is a
-/// column, transforms them and stores each row of the result in its place.
+/// column, transforms them and stores each row of the result in its place. Of real rows it takes the columns
+/// up to Nyquist; a sweep over the rows then fills in the conjugates of these.
 #pragma once
 
 #include "filt/fft/kernels/kernel_table.h"

@@ -4,7 +4,7 @@
 ///
 ///     V                   a vector of `count` floats with + - * among vectors, * by a float, and unary -
 ///     load, store         from and to memory of any alignment
-///     stream              to aligned memory, past the caches; finishStreams() before others may read it
+///     stream              to sizeof(V)-aligned memory, past the caches; finishStreams() before others read
 ///     fill(float)         the same in every lane
 ///     lesser, greater     of two vectors lane by lane; of two zeros, or with a NaN, the second
 ///     D                   a vector of half as many doubles, with the same, fill(double) and

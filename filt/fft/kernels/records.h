@@ -9,6 +9,7 @@
 #include "filt/fft/kernels/row_band.h"
 #include "filt/fft/kernels/split_radix.h"
 #include "filt/fft/kernels/workspace.h"
+#include "kavstd/attention.h"
 
 #include <cstddef>
 
@@ -53,6 +54,8 @@ public:
     }
     [[nodiscard]] std::size_t step(std::size_t /*column*/) const noexcept { return step_; }
     [[nodiscard]] vx_LaneSample<L>* asTile(std::size_t column) const noexcept {
+        static_assert(sizeof(vx_LaneSample<L>) == 2 * L::count * sizeof(float),
+                      "a record is a sample of lanes");
         return reinterpret_cast<vx_LaneSample<L>*>(columns(column));
     }
     [[gnu::always_inline]] void fetchAfter(std::size_t column, std::size_t firstRow) const noexcept {
@@ -83,6 +86,9 @@ void vf_KeepSkippedBlocks(const Records& records, std::size_t size, const vx_Row
     for (std::size_t row = 0; row < size; ++row) {
         if (band.touchesBlock(row / 4 * 4)) {
             continue;
+        }
+        if (row % 4 == 0) {
+            vxAttention::check();
         }
         for (std::size_t column = 0; column < row; ++column) {
             if (!band.touchesBlock(column / 4 * 4)) {

@@ -169,7 +169,8 @@ void vf_CopyRow(const Source& source, std::size_t width, const Records& records,
 /// Each row in the band becomes the records of its transform, each other row its own. What backward
 /// transforms store is not conjugated back, since the column pass would only undo it. `places` says in which
 /// row's place the records of each row are: where all rows outside the band are zero, as they should
-/// be, those of one stand for all, unless `everyPlace`. Returns whether each row has records of its own.
+/// be, those of one stand for all, unless `everyPlace`. Returns whether each row is known to have records of
+/// its own.
 template <class L, int direction, class Source, class Records>
 bool vf_ComplexRowPass(const Source& source, const Records& records, std::size_t width, std::size_t height,
                        const vx_RowBand& band, bool everyPlace, const vx_Twiddles& twiddles,
@@ -192,12 +193,16 @@ bool vf_ComplexRowPass(const Source& source, const Records& records, std::size_t
         }
     }
     std::size_t shared = height; // None yet.
+    std::size_t copied = 0;
     for (std::size_t row = 0; row < height; ++row) {
         places[row] = static_cast<std::uint32_t>(row);
         if (inBand(row)) {
             continue;
         }
         if (everyPlace || shared == height) {
+            if (copied++ % 16 == 0) {
+                vxAttention::check();
+            }
             vf_CopyRow<L, direction>(source, width, records, row);
             shared = row;
         }

@@ -187,7 +187,8 @@ void vf_Node(vx_LaneSample<L>* tile, std::size_t span, vx_Frequencies frequencie
 }
 
 /// Transforms the samples load(i), i < n, and hands the results to store(k, sample), if they are not to be
-/// kept in the tile. All are read before the first is stored. `tile` is room for n samples; load may read it.
+/// kept in the tile. All are read before the first is stored. `tile` is room for n samples; load(i) may read
+/// its place i.
 template <class L, class Load, class Store>
 void vf_Transform(const Load& load, vx_LaneSample<L>* tile, std::size_t n, const vx_Twiddles& twiddles,
                   const Store& store) {

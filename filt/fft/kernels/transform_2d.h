@@ -1,5 +1,6 @@
 /// \file
-/// The 2-D transforms: a pass over the rows, then a pass over the columns.
+/// The 2-D transforms: a pass over the rows, then a pass over the columns; of real images, half of them, and
+/// a sweep that fills in the other half.
 ///
 /// Widths are at least 2 * L::count (complex: L::count), heights at least L::count; all are powers of two.
 #pragma once

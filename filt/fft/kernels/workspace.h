@@ -11,6 +11,7 @@
 template <class T, class Unit = void>
 class vx_Workspace {
     static_assert(std::is_trivially_default_constructible_v<T> && std::is_trivially_destructible_v<T>);
+    static_assert(alignof(T) <= 64);
 
 public:
     explicit vx_Workspace(std::size_t count)

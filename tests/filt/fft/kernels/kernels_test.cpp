@@ -54,8 +54,12 @@ TEST(Kernels, CheckBeforeEachTileOfRowsAndOfColumns) {
             kernel_data::forEachSize(256, [kernel](long w, long h) {
                 const long expected = expectedChecks(kernel, w, h);
                 EXPECT_EQ(countChecks(kernel, w, h, 0, h), expected) << w << " x " << h;
-                // Skipped rows count all the same.
-                EXPECT_EQ(countChecks(kernel, w, h, 5, 3), expected) << w << " x " << h;
+                // Skipped rows count all the same, and once more where they are copied and swapped. The only
+                // block of 4 rows is judged to be in this band.
+                const long copies = (h + 15) / 16 + (w == h && w > 4 ? h / 4 : 0);
+                EXPECT_EQ(countChecks(kernel, w, h, 5, 3),
+                          expected + (kernel == Kernel::complex ? copies : 0))
+                    << w << " x " << h;
             });
         }
         // At least every 16 rows and every 16 columns.
