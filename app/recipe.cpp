@@ -114,7 +114,10 @@ public:
         if (value_->as<std::uint64_t>() != nullptr) {
             refuse("is too large");
         }
-        value_->as<double>() != nullptr ? refuse("must be a whole number") : refuseKind("a whole number");
+        if (value_->as<double>() != nullptr) {
+            refuse("must be a whole number");
+        }
+        refuseKind("a whole number");
     }
     [[nodiscard]] bool boolean() const {
         if (const auto* const value = value_->as<bool>()) {

@@ -11,8 +11,11 @@
 #include <limits>
 #include <new>
 
-static_assert(__STDCPP_DEFAULT_NEW_ALIGNMENT__ >= sizeof(void*),
+namespace {
+constexpr std::size_t pointerSize = sizeof(void*);
+static_assert(__STDCPP_DEFAULT_NEW_ALIGNMENT__ >= pointerSize,
               "room for the pointer between whole and piece");
+} // namespace
 
 void* vf_AllocateAligned(std::size_t size, std::size_t alignment) {
     const std::size_t step = std::max<std::size_t>(alignment, __STDCPP_DEFAULT_NEW_ALIGNMENT__);
@@ -22,14 +25,14 @@ void* vf_AllocateAligned(std::size_t size, std::size_t alignment) {
     auto* const whole = static_cast<std::byte*>(::operator new(size + step));
     // At least one default alignment behind `whole`, at most one step.
     std::byte* const piece = whole + (step - reinterpret_cast<std::uintptr_t>(whole) % step);
-    std::memcpy(piece - sizeof(void*), &whole, sizeof(void*));
+    std::memcpy(piece - pointerSize, &whole, pointerSize);
     return piece;
 }
 
 void vf_FreeAligned(void* memory) noexcept {
     if (memory != nullptr) {
         void* whole = nullptr;
-        std::memcpy(&whole, static_cast<std::byte*>(memory) - sizeof(void*), sizeof(void*));
+        std::memcpy(&whole, static_cast<std::byte*>(memory) - pointerSize, pointerSize);
         ::operator delete(whole);
     }
 }
