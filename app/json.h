@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <iosfwd>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -22,7 +23,9 @@ struct Json {
     using Value = std::variant<std::nullptr_t, bool, long, std::uint64_t, double, std::string, Array, Object>;
 
     Json() = default;
-    Json(Value ofIt) : value(std::move(ofIt)) {}
+    /// In place: g++ 12 takes what a moved std::variant does not hold for used.
+    template <class T>
+    requires(!std::is_same_v<std::remove_cvref_t<T>, Json>) Json(T&& ofIt) : value(std::forward<T>(ofIt)) {}
     Json(Json&&) = default;
     Json& operator=(Json&&) = default;
     Json(const Json&) = delete;
