@@ -24,8 +24,8 @@ struct Json {
 
     Json() = default;
     /// In place: g++ 12 takes what a moved std::variant does not hold for used.
-    template <class T>
-    requires(!std::is_same_v<std::remove_cvref_t<T>, Json>) Json(T&& ofIt) : value(std::forward<T>(ofIt)) {}
+    template <class T, class = std::enable_if_t<!std::is_same_v<std::remove_cvref_t<T>, Json>>>
+    Json(T&& ofIt) : value(std::forward<T>(ofIt)) {}
     Json(Json&&) = default;
     Json& operator=(Json&&) = default;
     Json(const Json&) = delete;
