@@ -341,14 +341,14 @@ TEST_F(Batch, NeedsNoMoreMemoryForMoreImages) {
         ::getrusage(RUSAGE_CHILDREN, &usage);
         return usage.ru_maxrss;
     };
-    ASSERT_EQ(filter({inputs[0], inputs[1], inputs[2], inputs[3]}, {"--jobs", "2"}).exitCode, 0);
-    const long few = peak();
+    // Whether two jobs need their most at the same time is chance; twice what one needs is the most of both.
+    ASSERT_EQ(filter({inputs[0], inputs[1], inputs[2], inputs[3]}, {"--jobs", "1"}).exitCode, 0);
+    const long limit = 2 * peak() + peak() / 4;
     ASSERT_EQ(filter(inputs, {"--jobs", "2"}).exitCode, 0);
-    const long many = peak();
-    EXPECT_LT(many, few + few / 4);
+    EXPECT_LT(peak(), limit);
     fs::remove_all(folder / "out");
     ASSERT_EQ(filter(inputs, {"--jobs", "6"}).exitCode, 0);
-    EXPECT_GT(peak(), many + many / 2); // So much that it would have been seen.
+    EXPECT_GT(peak(), limit); // So much that it would have been seen.
 }
 
 TEST_F(Batch, TakesRecipesForOneImage) {
