@@ -32,10 +32,10 @@ struct vx_FrequencyBufferAccess {
     static long sourceHeight(const vxFrequencyBuffer& buffer) { return buffer.sourceHeight_; }
     static bool inverseComputed(const vxFrequencyBuffer& buffer) { return buffer.inverseComputed_; }
     static void inverseComputed(vxFrequencyBuffer& buffer, bool value) { buffer.inverseComputed_ = value; }
-    static long masked(const vxFrequencyBuffer& buffer) { return buffer.masked_; }
-    static void masked(vxFrequencyBuffer& buffer, long value) { buffer.masked_ = value; }
-    static long maskedMiny(const vxFrequencyBuffer& buffer) { return buffer.maskedMiny_; }
-    static long maskedMaxy(const vxFrequencyBuffer& buffer) { return buffer.maskedMaxy_; }
+    static long masked(const vxFrequencyBuffer& buffer) { return buffer.masked(); }
+    static void masked(vxFrequencyBuffer& buffer, long value) { buffer.masked(value); }
+    static long maskedMiny(const vxFrequencyBuffer& buffer) { return buffer.maskedMiny(); }
+    static long maskedMaxy(const vxFrequencyBuffer& buffer) { return buffer.maskedMaxy(); }
     static const vx2XformCache& xformCache(const vxFrequencyBuffer& buffer) { return buffer.xformCache_; }
     static void xformCache(vxFrequencyBuffer& buffer, const vx2XformCache& value) {
         buffer.xformCache_ = value;

@@ -92,6 +92,18 @@ protected:
     }
 };
 
+/// Dispatches to the root a second time, as another base would.
+class TwoWays : public Shortcut {
+public:
+    using Shortcut::Shortcut;
+
+protected:
+    void dispatchSerialize(vxArchive& archive) override {
+        Shortcut::dispatchSerialize(archive);
+        vxException::dispatchSerialize(archive);
+    }
+};
+
 std::string messageOf(const vxException& error) {
     std::ostringstream stream;
     error.message_(stream);
@@ -255,6 +267,12 @@ TEST(ExceptionWithString, TheMessageSurvivesHoweverADerivedErrorDispatches) {
     }
     load(bytes, copy);
     EXPECT_STREQ(copy.what(), error.what());
+}
+
+TEST(Exception, IsArchivedOnceWhenDispatchedToTwice) {
+    Shortcut once("a text");
+    TwoWays twice("a text");
+    EXPECT_EQ(stored(twice), stored(once));
 }
 
 TEST(ExceptionWithString, RefusesUnknownVersionsAndKeepsTheArchiveUsable) {
